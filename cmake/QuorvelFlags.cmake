@@ -1,0 +1,64 @@
+# Flags that everything of ours is built with: link quorvel_flags privately.
+add_library(quorvel_flags INTERFACE)
+
+target_compile_options(
+    quorvel_flags
+    INTERFACE
+        -Wall
+        -Wextra
+        -Wpedantic
+        -Wshadow
+        -Wcast-qual
+        -Wformat=2
+        -Wundef
+        -Wvla
+        -Wnull-dereference
+        -Wdouble-promotion
+        -Wimplicit-fallthrough
+        -Wunused
+        -Wwrite-strings
+        -Wswitch-enum
+        -Wredundant-decls
+        -Wpointer-arith
+        -Winit-self
+        -Wstrict-overflow=2
+        $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes>
+        $<$<COMPILE_LANGUAGE:C>:-Wmissing-prototypes>
+        $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>
+        $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+        $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>
+        $<$<COMPILE_LANGUAGE:CXX>:-Wextra-semi>
+        $<$<BOOL:${QUORVEL_WERROR}>:-Werror>
+        -fexceptions
+        -fvisibility=hidden
+        -fstack-protector-strong
+        -fstack-clash-protection
+)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|i.86")
+    target_compile_options(quorvel_flags INTERFACE -fcf-protection=full)
+endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # GCC 12 reports paths that cannot be taken once sanitizers or deep inlining are in play.
+    target_compile_options(quorvel_flags INTERFACE -Wno-null-dereference)
+endif()
+target_compile_definitions(
+    quorvel_flags INTERFACE $<$<AND:$<NOT:$<CONFIG:Debug>>,$<STREQUAL:${QUORVEL_SANITIZE}x,x>>:_FORTIFY_SOURCE=2>)
+target_link_options(quorvel_flags INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+
+if(QUORVEL_SANITIZE)
+    add_compile_options(-fsanitize=${QUORVEL_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${QUORVEL_SANITIZE})
+endif()
+
+# Log lines name their source by its stem: without directory and extension.
+function(quorvel_log_stem target)
+    foreach(source IN LISTS ARGN)
+        cmake_path(GET source STEM LAST_ONLY stem)
+        cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR} OUTPUT_VARIABLE path)
+        set_property(
+            SOURCE ${source}
+            TARGET_DIRECTORY ${target}
+            APPEND
+            PROPERTY COMPILE_OPTIONS "-fmacro-prefix-map=${path}=${stem}")
+    endforeach()
+endfunction()
