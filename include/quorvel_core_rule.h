@@ -1,7 +1,28 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /**
  * @file
- * @brief Automation rules of a location.
+ * @brief Core family: the automation rules of a location.
+ *
+ * A function that takes a client may be called on any thread, inside a callback too. It returns when the
+ * agent has answered, at the latest when the deadline of the connection has passed (30 seconds unless the
+ * platform is told otherwise); a missed deadline also ends the connection. Nothing that is passed in is kept.
+ *
+ * A rule is JSON that the library passes on without reading it.
+ *
+ * The checks run in this order unless a function tells otherwise: the installed agent and its version, the
+ * handle, the connection, then the arguments as listed, then the link to the agent, which a connected client
+ * always has.
+ *
+ * A text that is handed out is a copy to release with free(). Set the pointer to NULL before the call where
+ * it may stay as it was.
+ *
+ * When the agent refuses a request, its code is returned: #QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY,
+ * #QUORVEL_CLIENT_ERROR_PERMISSION_DENIED, #QUORVEL_CLIENT_ERROR_INVALID_PARAMETER,
+ * #QUORVEL_CLIENT_ERROR_NO_SPACE, #QUORVEL_CLIENT_ERROR_NO_DATA, #QUORVEL_CLIENT_ERROR_NETWORK_UNREACHABLE,
+ * #QUORVEL_CLIENT_ERROR_NOT_SUPPORTED, #QUORVEL_CLIENT_ERROR_OPERATION_FAILED,
+ * #QUORVEL_CLIENT_ERROR_IO_ERROR, #QUORVEL_CLIENT_ERROR_LOWER_VERSION or one of
+ * #QUORVEL_CLIENT_ERROR_AGENT_DEFINED_1 to #QUORVEL_CLIENT_ERROR_AGENT_DEFINED_4. So some codes can come from
+ * the library and from the agent. Every other code of the agent is returned as #QUORVEL_CLIENT_ERROR_UNKNOWN.
  */
 #ifndef QUORVEL_CORE_RULE_H
 #define QUORVEL_CORE_RULE_H
@@ -12,36 +33,283 @@
 
 QUORVEL_BEGIN_DECLS
 
+/**
+ * @brief A rule as the agent described it.
+ *
+ * A snapshot: it does not follow later changes. It belongs to whoever asked for it, stays valid after a
+ * disconnect, and is released with quorvel_core_rule_destroy().
+ */
 typedef void* quorvel_core_rule_h;
 
+/**
+ * @brief The properties of a rule, for quorvel_core_rule_get_string().
+ *
+ * Each is what the agent delivers under the key told beside it.
+ */
 typedef enum {
+    /** "ruleId". */
     QUORVEL_CORE_RULE_PROP_RULE_ID = 0,
+    /** "ruleJson". */
     QUORVEL_CORE_RULE_PROP_RULE_JSON = 1
 } quorvel_core_rule_prop_e;
 
+/**
+ * @brief Gives a rule.
+ *
+ * @param[in]  handle      A connected client.
+ * @param[in]  location_id The location of the rule; neither NULL nor empty.
+ * @param[in]  rule_id     The rule; neither NULL nor empty.
+ * @param[out] rule        Receives the rule, to release with quorvel_core_rule_destroy(). Left as it was on
+ *                         failure.
+ *
+ * @retval QUORVEL_CLIENT_ERROR_NONE              The answer is handed out.
+ * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
+ * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.4.
+ * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle is NULL; @p location_id or @p rule_id is NULL or
+ *     empty; @p rule is NULL.
+ * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
+ *     run yet.
+ * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  The client has no link to the agent.
+ * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
+ *     its code is none of #quorvel_client_error_e.
+ * @return Another code is the agent's answer, see the head of this file.
+ *
+ * @note Any thread, inside callbacks too; waits for the agent's answer.
+ * @since Agent 2.4
+ */
 QUORVEL_API int quorvel_core_get_rule(quorvel_client_h handle, const char* location_id, const char* rule_id,
                                       quorvel_core_rule_h* rule);
 
+/**
+ * @brief Gives the rules of a location.
+ *
+ * @param[in]  handle      A connected client.
+ * @param[in]  location_id The location; neither NULL nor empty.
+ * @param[out] list        Receives the rules: release each entry with quorvel_core_rule_destroy() and then
+ *                         the list itself with free(). NULL when there are none. Behind the last entry the
+ *                         list holds one more slot, which is NULL. An entry for which memory ran short is
+ *                         NULL. Left as it was on failure.
+ * @param[out] count       Receives the number of entries; 0 when there are none. Left as it was on failure.
+ *
+ * @retval QUORVEL_CLIENT_ERROR_NONE              The list is handed out; it may be empty.
+ * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
+ * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.4.
+ * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle is NULL; @p location_id is NULL or empty; @p list
+ *     or @p count is NULL.
+ * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
+ *     run yet.
+ * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  The client has no link to the agent; the list could not be
+ *     taken out of the answer, for want of memory.
+ * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
+ *     its code is none of #quorvel_client_error_e.
+ * @return Another code is the agent's answer, see the head of this file.
+ *
+ * @note Any thread, inside callbacks too; waits for the agent's answer.
+ * @since Agent 2.4
+ */
 QUORVEL_API int quorvel_core_get_rule_list(quorvel_client_h handle, const char* location_id,
                                            quorvel_core_rule_h** list, int* count);
 
+/**
+ * @brief Creates a rule.
+ *
+ * @attention A result text can come together with an error code; release it in that case too.
+ *
+ * @param[in]  handle      A connected client.
+ * @param[in]  location_id The location of the rule; neither NULL nor empty.
+ * @param[in]  rule_json   The rule as JSON; neither NULL nor empty. Passed on to the agent unchanged.
+ * @param[out] result_str  Set to NULL first, then receives the agent's result text, a copy to release with
+ *                         free(), also together with an error code. Stays NULL when the agent sends none.
+ *
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
+ * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.4.
+ * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p result_str is NULL (looked at first, even without an
+ *     agent); @p handle is NULL; @p location_id or @p rule_json is NULL or empty.
+ * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
+ *     run yet.
+ * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text; what the agent
+ *     did stands.
+ * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  The client has no link to the agent.
+ * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
+ *     its code is none of #quorvel_client_error_e.
+ * @return Another code is the agent's answer, see the head of this file.
+ *
+ * @note Any thread, inside callbacks too; waits for the agent's answer.
+ * @since Agent 2.4
+ */
 QUORVEL_API int quorvel_core_create_rule(quorvel_client_h handle, const char* location_id,
                                          const char* rule_json, char** result_str);
 
+/**
+ * @brief Changes a rule.
+ *
+ * @attention Only the location is checked; a missing rule id or JSON reaches the agent as the empty text.
+ *
+ * @attention A result text can come together with an error code; release it in that case too.
+ *
+ * @attention A failure is logged under the name of another method, core_create_rule.
+ *
+ * @param[in]  handle      A connected client.
+ * @param[in]  location_id The location of the rule; neither NULL nor empty.
+ * @param[in]  rule_id     The rule; not checked. Passed on to the agent unchanged; NULL is sent as the empty
+ *                         text.
+ * @param[in]  rule_json   The rule as JSON; not checked. Passed on to the agent unchanged; NULL is sent as
+ *                         the empty text.
+ * @param[out] result_str  Set to NULL first, then receives the agent's result text, a copy to release with
+ *                         free(), also together with an error code. Stays NULL when the agent sends none.
+ *
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
+ * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.4.
+ * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p result_str is NULL (looked at first, even without an
+ *     agent); @p handle is NULL; @p location_id is NULL or empty.
+ * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
+ *     run yet.
+ * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text; what the agent
+ *     did stands.
+ * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  The client has no link to the agent.
+ * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
+ *     its code is none of #quorvel_client_error_e.
+ * @return Another code is the agent's answer, see the head of this file.
+ *
+ * @note Any thread, inside callbacks too; waits for the agent's answer.
+ * @since Agent 2.4
+ */
 QUORVEL_API int quorvel_core_update_rule(quorvel_client_h handle, const char* location_id,
                                          const char* rule_id, const char* rule_json, char** result_str);
 
+/**
+ * @brief Deletes a rule.
+ *
+ * @attention A result text can come together with an error code; release it in that case too.
+ *
+ * @param[in]  handle      A connected client.
+ * @param[in]  location_id The location of the rule; neither NULL nor empty.
+ * @param[in]  rule_id     The rule; neither NULL nor empty.
+ * @param[out] result_str  Set to NULL first, then receives the agent's result text, a copy to release with
+ *                         free(), also together with an error code. Stays NULL when the agent sends none.
+ *
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
+ * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.4.
+ * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p result_str is NULL (looked at first, even without an
+ *     agent); @p handle is NULL; @p location_id or @p rule_id is NULL or empty.
+ * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
+ *     run yet.
+ * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text; what the agent
+ *     did stands.
+ * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  The client has no link to the agent.
+ * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
+ *     its code is none of #quorvel_client_error_e.
+ * @return Another code is the agent's answer, see the head of this file.
+ *
+ * @note Any thread, inside callbacks too; waits for the agent's answer.
+ * @since Agent 2.4
+ */
 QUORVEL_API int quorvel_core_delete_rule(quorvel_client_h handle, const char* location_id,
                                          const char* rule_id, char** result_str);
 
+/**
+ * @brief Runs a rule.
+ *
+ * @attention A result text can come together with an error code; release it in that case too.
+ *
+ * @attention A failure is logged under the name of another method, core_delete_rule.
+ *
+ * @param[in]  handle      A connected client.
+ * @param[in]  location_id The location of the rule; neither NULL nor empty.
+ * @param[in]  rule_id     The rule; neither NULL nor empty.
+ * @param[out] result_str  Set to NULL first, then receives the agent's result text, a copy to release with
+ *                         free(), also together with an error code. Stays NULL when the agent sends none.
+ *
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
+ * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.4.
+ * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p result_str is NULL (looked at first, even without an
+ *     agent); @p handle is NULL; @p location_id or @p rule_id is NULL or empty.
+ * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
+ *     run yet.
+ * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text; what the agent
+ *     did stands.
+ * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  The client has no link to the agent.
+ * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
+ *     its code is none of #quorvel_client_error_e.
+ * @return Another code is the agent's answer, see the head of this file.
+ *
+ * @note Any thread, inside callbacks too; waits for the agent's answer.
+ * @since Agent 2.4
+ */
 QUORVEL_API int quorvel_core_execute_rule(quorvel_client_h handle, const char* location_id,
                                           const char* rule_id, char** result_str);
 
+/**
+ * @brief Switches a rule on or off.
+ *
+ * @attention A result text can come together with an error code; release it in that case too.
+ *
+ * @param[in]  handle      A connected client.
+ * @param[in]  location_id The location of the rule; neither NULL nor empty.
+ * @param[in]  rule_id     The rule; neither NULL nor empty.
+ * @param[in]  enabled     Whether the rule is on.
+ * @param[out] result_str  Set to NULL first, then receives the agent's result text, a copy to release with
+ *                         free(), also together with an error code. Stays NULL when the agent sends none.
+ *
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
+ * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.4.
+ * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p result_str is NULL (looked at first, even without an
+ *     agent); @p handle is NULL; @p location_id or @p rule_id is NULL or empty.
+ * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
+ *     run yet.
+ * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text; what the agent
+ *     did stands.
+ * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  The client has no link to the agent.
+ * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
+ *     its code is none of #quorvel_client_error_e.
+ * @return Another code is the agent's answer, see the head of this file.
+ *
+ * @note Any thread, inside callbacks too; waits for the agent's answer.
+ * @since Agent 2.4
+ */
 QUORVEL_API int quorvel_core_update_rule_status(quorvel_client_h handle, const char* location_id,
                                                 const char* rule_id, bool enabled, char** result_str);
 
+/**
+ * @brief Gives a text property of a rule.
+ *
+ * @param[in]  rule        The rule.
+ * @param[in]  property_id Which property, see #quorvel_core_rule_prop_e.
+ * @param[out] value       Receives a copy of the text, to release with free(), or NULL when the text is
+ *                         empty. Left as it was on failure.
+ *
+ * @retval QUORVEL_CLIENT_ERROR_NONE              The value is handed out.
+ * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p rule or @p value is NULL; @p property_id is below 0 or
+ *     above 1 (QUORVEL_CORE_RULE_PROP_RULE_JSON).
+ * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy.
+ * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  The record does not hold the property, or cannot be read for
+ *     want of memory.
+ * @return 0, or one of the codes above.
+ *
+ * @note Any thread; several may read one record at once. The agent is not asked.
+ * @since Agent any, for none is asked
+ */
 QUORVEL_API int quorvel_core_rule_get_string(quorvel_core_rule_h rule, int property_id, char** value);
 
+/**
+ * @brief Releases a rule.
+ *
+ * The record may have come alone or in a list; the list itself is released with free().
+ *
+ * @param[in] rule The rule; not used afterwards.
+ *
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Released.
+ * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p rule is NULL.
+ * @return 0, or one of the codes above.
+ *
+ * @note Any thread, once no other one uses the record; the agent is not asked.
+ * @since Agent any, for none is asked
+ */
 QUORVEL_API int quorvel_core_rule_destroy(quorvel_core_rule_h rule);
 
 QUORVEL_END_DECLS
