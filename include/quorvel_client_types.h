@@ -39,9 +39,18 @@ typedef void* quorvel_client_h;
 /**
  * @brief Every code that a function of the library returns.
  *
- * A function returns one of these, except where its own description names another value. A result of
- * the agent that is not in this table, and a call that got no answer, are returned as
- * #QUORVEL_CLIENT_ERROR_UNKNOWN.
+ * A function returns one of these, except where its own description names another value.
+ *
+ * @anchor quorvel_agent_codes
+ * A function that asks the agent also passes on the code that the agent answers with, if it is one of these:
+ * #QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY, #QUORVEL_CLIENT_ERROR_PERMISSION_DENIED,
+ * #QUORVEL_CLIENT_ERROR_INVALID_PARAMETER, #QUORVEL_CLIENT_ERROR_NO_SPACE, #QUORVEL_CLIENT_ERROR_NO_DATA,
+ * #QUORVEL_CLIENT_ERROR_NETWORK_UNREACHABLE, #QUORVEL_CLIENT_ERROR_NOT_SUPPORTED,
+ * #QUORVEL_CLIENT_ERROR_OPERATION_FAILED, #QUORVEL_CLIENT_ERROR_IO_ERROR,
+ * #QUORVEL_CLIENT_ERROR_LOWER_VERSION and #QUORVEL_CLIENT_ERROR_AGENT_DEFINED_1 to
+ * #QUORVEL_CLIENT_ERROR_AGENT_DEFINED_4. Every other answer, and none at all, is
+ * #QUORVEL_CLIENT_ERROR_UNKNOWN. So a code that is described for a cause here, on the client's side, may
+ * also be the agent's.
  */
 typedef enum {
     /** Success. */
