@@ -41,8 +41,9 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # GCC 12 reports paths that cannot be taken once sanitizers or deep inlining are in play.
     target_compile_options(quorvel_flags INTERFACE -Wno-null-dereference)
 endif()
-target_compile_definitions(
-    quorvel_flags INTERFACE $<$<AND:$<NOT:$<CONFIG:Debug>>,$<STREQUAL:${QUORVEL_SANITIZE}x,x>>:_FORTIFY_SOURCE=2>)
+if(NOT QUORVEL_SANITIZE)
+    target_compile_definitions(quorvel_flags INTERFACE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
+endif()
 target_link_options(quorvel_flags INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 
 if(QUORVEL_SANITIZE)
