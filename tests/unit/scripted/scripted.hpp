@@ -230,6 +230,11 @@ void reset();
 // The strings of a bundle, as a test writes them.
 BundleItems contents(bundle* b);
 bundle* make_bundle(const BundleItems& items);  // to be freed with bundle_free
+// A parcel outside any port, for what reads or writes one by itself; to be destroyed like any other.
+rpc_port_parcel_h make_parcel(const Values& values);
+Values contents(rpc_port_parcel_h parcel);  // all that was written, also what was read already
+int unread(rpc_port_parcel_h parcel);       // how many values are left
+bool has_failed(rpc_port_parcel_h parcel);  // a read failed
 
 // ---------------------------------------------------------------------------------------------------------
 // The client at the other end, for tests of the agent's side
