@@ -1,0 +1,27 @@
+// A bundle's contents, for those who carry it across a port.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+#include "bundle.h"
+
+namespace quorvel::platform {
+
+// The bytes that write_bundle() needs; more than a frame holds for a bundle that cannot be sent.
+std::size_t bundle_wire_size(const bundle* b) noexcept;
+
+// Writes the wire form of a bundle, NULL being an empty one, into bundle_wire_size() bytes.
+void write_bundle(const bundle* b, char* to) noexcept;
+
+enum class BundleRead { complete, malformed, out_of_memory };
+
+// Makes a bundle of exactly `size` bytes of its wire form.
+BundleRead read_bundle(const char* from, std::size_t size, bundle** b) noexcept;
+
+// The length of the string at `from`, its NUL not counted, or nothing when no whole string lies there:
+// int32 length with the NUL, the bytes, the NUL, which is the only one.
+std::optional<std::size_t> wire_string_length(const char* from, std::size_t size) noexcept;
+
+}  // namespace quorvel::platform
