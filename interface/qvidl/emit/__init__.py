@@ -1,0 +1,1 @@
+"""The emitters: each turns an Interface into the text of one file."""
