@@ -54,6 +54,8 @@
  *   strings is released string by string and then itself, all with free(); a vector of records is released
  *   record by record with the destroy function of the kind, and then itself with free(). An empty one is
  *   NULL with a count of 0.
+ * - An entry for which memory ran short is NULL in such a vector: release by the count, not up to the first
+ *   NULL. free() takes a NULL, and a destroy function answers it with an error and does nothing else.
  * - An out parameter is written on success only, unless the function says otherwise.
  * - What is passed in stays the caller's and is copied where it is needed longer than the call.
  *
@@ -71,9 +73,9 @@
  *
  * Each function names the lowest version of the agent that it works with. An older agent is refused with
  * #QUORVEL_CLIENT_ERROR_LOWER_VERSION, also one whose version cannot be read, and a missing one with
- * #QUORVEL_CLIENT_ERROR_NOT_SUPPORTED, before any argument is looked at; accessors and destroy functions
- * make the same checks although they ask the agent nothing. The version that was read first holds for the
- * life of the process.
+ * #QUORVEL_CLIENT_ERROR_NOT_SUPPORTED, before any argument is looked at. The accessors and destroy functions
+ * of the client family make the same checks although they ask the agent nothing. The version that was read
+ * first holds for the life of the process, and an agent that was found once counts as installed.
  */
 #ifndef QUORVEL_CLIENT_H
 #define QUORVEL_CLIENT_H

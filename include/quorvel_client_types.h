@@ -59,7 +59,7 @@ typedef enum {
     QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY = -12,
     /** The agent refused the connection or the request. */
     QUORVEL_CLIENT_ERROR_PERMISSION_DENIED = -13,
-    /** An argument is not usable; also a NULL handle. */
+    /** An argument is not usable; also a NULL handle, and a client without a link to the agent. */
     QUORVEL_CLIENT_ERROR_INVALID_PARAMETER = -22,
     /** The agent has no room left. */
     QUORVEL_CLIENT_ERROR_NO_SPACE = -28,
