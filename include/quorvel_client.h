@@ -239,14 +239,13 @@ QUORVEL_API int quorvel_client_is_signed_in(quorvel_client_h handle, bool* is_si
  * @param[out] token  A copy, to be released with free(); left as it was when the agent has none or the call
  *                    fails.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              Success; when the agent has none, @p token is left as it
- *     was.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Success; when the agent has none, or memory for it could not
+ *     be had, @p token is left as it was.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     The agent is not installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 1.0.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle or @p token is NULL.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     The copy could not be made.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, or one with a code that
  *     is not in the table.
  * @return Another code is the agent's answer, see @ref quorvel_agent_codes.
@@ -263,14 +262,13 @@ QUORVEL_API int quorvel_client_get_access_token(quorvel_client_h handle, char** 
  * @param[out] device_id A copy, to be released with free(); left as it was when the agent has none or the
  *                       call fails.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              Success; when the agent has none, @p device_id is left as it
- *     was.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Success; when the agent has none, or memory for it could not
+ *     be had, @p device_id is left as it was.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     The agent is not installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 1.0.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle or @p device_id is NULL.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     The copy could not be made.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, or one with a code that
  *     is not in the table.
  * @return Another code is the agent's answer, see @ref quorvel_agent_codes.
@@ -287,14 +285,13 @@ QUORVEL_API int quorvel_client_get_device_id(quorvel_client_h handle, char** dev
  * @param[out] user_id A copy, to be released with free(); left as it was when the agent has none or the call
  *                     fails.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              Success; when the agent has none, @p user_id is left as it
- *     was.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Success; when the agent has none, or memory for it could not
+ *     be had, @p user_id is left as it was.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     The agent is not installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 1.0.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle or @p user_id is NULL.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     The copy could not be made.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, or one with a code that
  *     is not in the table.
  * @return Another code is the agent's answer, see @ref quorvel_agent_codes.
@@ -311,14 +308,13 @@ QUORVEL_API int quorvel_client_get_connected_user_id(quorvel_client_h handle, ch
  * @param[out] login_id A copy, to be released with free(); left as it was when the agent has none or the call
  *                      fails.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              Success; when the agent has none, @p login_id is left as it
- *     was.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Success; when the agent has none, or memory for it could not
+ *     be had, @p login_id is left as it was.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     The agent is not installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 1.0.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle or @p login_id is NULL.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     The copy could not be made.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, or one with a code that
  *     is not in the table.
  * @return Another code is the agent's answer, see @ref quorvel_agent_codes.
@@ -336,15 +332,14 @@ QUORVEL_API int quorvel_client_get_login_id(quorvel_client_h handle, char** logi
  * @param[out] ui_metadata A copy, to be released with free(); left as it was when the agent has none or the
  *                         call fails.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              Success; when the agent has none, @p ui_metadata is left as
- *     it was.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Success; when the agent has none, or memory for it could not
+ *     be had, @p ui_metadata is left as it was.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     The agent is not installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 1.0.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle or @p ui_metadata is NULL, or @p vid is NULL or
  *     empty.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     The copy could not be made.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, or one with a code that
  *     is not in the table.
  * @return Another code is the agent's answer, see @ref quorvel_agent_codes.

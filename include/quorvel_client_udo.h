@@ -26,14 +26,13 @@ QUORVEL_BEGIN_DECLS
  * @param[out] second_url     The agent's second answer; the same holds.
  *
  * @retval QUORVEL_CLIENT_ERROR_NONE              Success; each of the two is set only when the agent returned
- *     it.
+ *     it and memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     The agent is not installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 1.6.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle or an out pointer is NULL, one of the three
  *     strings is NULL or empty, or @p content_length is below 1.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     A copy could not be made.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, or one with a code that
  *     is not in the table.
  * @return Another code is the agent's answer, see @ref quorvel_agent_codes.
@@ -58,14 +57,14 @@ QUORVEL_API int quorvel_client_get_udo_upload_url(quorvel_client_h handle, const
  * @param[out] url    A copy, to be released with free(); left as it was when the agent has none or the call
  *                    fails.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              Success; when the agent has none, @p url is left as it was.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Success; when the agent has none, or memory for it could not
+ *     be had, @p url is left as it was.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     The agent is not installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 1.6.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle or @p url is NULL, or one of the three strings is
  *     NULL or empty.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     The copy could not be made.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, or one with a code that
  *     is not in the table.
  * @return Another code is the agent's answer, see @ref quorvel_agent_codes.
