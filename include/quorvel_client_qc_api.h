@@ -231,9 +231,9 @@ typedef void (*quorvel_client_files_cb)(int fourth, quorvel_client_file_h* list,
  * place, or until the client is disconnected. The application is not told of those that a lost connection
  * takes along: subscribe anew after connecting.
  *
- * @attention Subscriptions are told apart by the device id, a "_" and the 64 digits of a digest of the URIs
- * as they are written, together cut at 101 characters: an id of 100 characters or more makes all its
- *     subscriptions one, and so are those of ids that agree in their first 101 characters.
+ * @attention Subscriptions are told apart by the device id, a "_" and the 64 digits of a digest of the
+ *     URIs as they are written, together cut at 101 characters: an id of 100 characters or more makes all
+ *     its subscriptions one, and so are those of ids that agree in their first 101 characters.
  *
  * @attention When the agent refuses, the subscription that this one was to replace is gone as well.
  *

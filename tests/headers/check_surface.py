@@ -272,10 +272,11 @@ class PublicSurface(unittest.TestCase):
         described = {**self.surface.handle_types, **self.surface.enums, **self.surface.enumerators}
         self.assertEqual([name for name, doc in described.items() if not doc], [])
 
-    def test_every_number_and_callback_of_the_client_family_is_pinned(self) -> None:
-        pinned = set(re.findall(r"PIN\w*\((\w+)", Path(__file__).with_name("pinned.c").read_text()))
+    def test_every_number_of_the_client_family_and_every_property_of_the_core_family_is_pinned(self) -> None:
+        sources = Path(__file__).parent.glob("pinned_*.c")
+        pinned = {name for source in sources for name in re.findall(r"PIN\w*\((\w+)", source.read_text())}
         named = {*self.surface.enumerators, *self.surface.callbacks}
-        due = {name for name in named if name.lower().startswith("quorvel_client_")}
+        due = {name for name in named if name.lower().startswith("quorvel_client_") or "_PROP_" in name}
         self.assertEqual(due - pinned, set())
 
     def test_every_name_that_a_comment_refers_to_exists(self) -> None:
