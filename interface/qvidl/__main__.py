@@ -8,7 +8,7 @@ from collections.abc import Callable
 from pathlib import Path
 
 from .checker import check
-from .emit import proxy_header, proxy_source
+from .emit import proxy_header, proxy_source, stub, proxy_types
 from .errors import DescriptionError
 from .model import Interface
 from .parser import parse
@@ -33,6 +33,9 @@ def main(arguments: list[str] | None = None) -> int:
     outputs = {
         "proxy-header": "the client's header",
         "proxy-source": "the client's source",
+        "stub-header": "the agent's header",
+        "stub-source": "the agent's source",
+        "proxy-types": "the client's own header of the records' types",
     }
     for option, what in outputs.items():
         parser.add_argument(f"--{option}", type=Path, metavar="OUT", help=f"write {what}")
@@ -50,7 +53,12 @@ def main(arguments: list[str] | None = None) -> int:
     source = options.description.name
     emitters: dict[str, Callable[[], str]] = {
         "proxy_header": lambda: proxy_header.emit(interface, source, options.proxy_header.name),
-        "proxy_source": lambda: proxy_source.emit(interface, source, options.proxy_header.name),
+        "proxy_source": lambda: proxy_source.emit(
+            interface, source, options.proxy_header.name, options.proxy_types.name
+        ),
+        "proxy_types": lambda: proxy_types.emit(interface, source, options.proxy_header.name),
+        "stub_header": lambda: stub.emit_header(interface, source),
+        "stub_source": lambda: stub.emit_source(interface, source, f"stub/{options.stub_header.name}"),
     }
     for option, emit in emitters.items():
         path = getattr(options, option)

@@ -53,7 +53,7 @@ KEYWORDS = frozenset(
 )
 
 # What the generated functions call their own things.
-TAKEN = frozenset("call client clone delegate h holder list parcel parcelable proxy service size user_data".split())
+TAKEN = frozenset("ask call client clone delegate h holder list parcel parcelable proxy service size user_data".split())
 TAKEN_TYPES = frozenset("bundle call client method out parameter reader service server text writer".split())
 
 _PLAIN_NAME = re.compile(r"^[a-z][a-z0-9]*(_[a-z0-9]+)*$")

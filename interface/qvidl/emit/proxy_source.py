@@ -17,6 +17,7 @@ _HEAD = """// {generated}
 #include <cstddef>
 
 #include "proxy/runtime.hpp"
+#include "{types}"
 
 namespace proxy = quorvel::proxy;"""
 
@@ -28,15 +29,13 @@ _FIELD_KINDS = {
 }
 
 
-def emit(interface: Interface, source: str, header: str) -> str:
+def emit(interface: Interface, source: str, header: str, types: str) -> str:
     client = ClientNames(interface)
-    things: list[Record | Array] = [*interface.records, *interface.arrays]
     return blocks(
         [
-            _HEAD.format(generated=GENERATED.format(source=source), header=header),
+            _HEAD.format(generated=GENERATED.format(source=source), header=header, types=types),
             *(_record(record) for record in interface.records),
             *(_array(array) for array in interface.arrays),
-            _type_of(things),
             *(_delegate(client, delegate) for delegate in interface.delegates),
             _dispatch_table(interface),
             _proxy(client),
@@ -65,7 +64,7 @@ def _parcelable_declarations(name: str) -> str:
 def _parcelable(name: str, what: str) -> list[str]:
     return [
         _function(
-            f"static void {name}_{way}", _PARCELABLE_PARAMETERS, f"    proxy::{verb}_{what}({name}, parcel, data);"
+            f"static void {name}_{way}", _PARCELABLE_PARAMETERS, f"    proxy::{verb}_{what}(proxy::{name}, parcel, data);"
         )
         for way, verb in (("to", "write"), ("from", "read"))
     ]
@@ -92,7 +91,7 @@ def _record(record: Record) -> str:
             fields + ",",
             "};",
             "",
-            f"static constexpr proxy::RecordType {record.name} = {{",
+            f"constinit const proxy::RecordType proxy::{record.name} = {{",
             f'    "{record.name}",',
             f"    sizeof({names.struct(record)}),",
             f"    {{{record.name}_to, {record.name}_from}},",
@@ -112,13 +111,13 @@ def _record(record: Record) -> str:
             ("get", names.getter_parameters(record, field)),
         ):
             head = f"int {prefix}_{way}_{field.name}"
-            accessors.append(_forward(head, parameters, f"{way}_{kind}", [record.name, "h", field_row, *values]))
+            accessors.append(_forward(head, parameters, f"{way}_{kind}", [f"proxy::{record.name}", "h", field_row, *values]))
     return "\n\n".join(
         [
             f"// record {record.name}\n{_parcelable_declarations(record.name)}",
             definition,
             *_parcelable(record.name, "record"),
-            *_life(prefix, handle, record.name),
+            *_life(prefix, handle, f"proxy::{record.name}"),
             *accessors,
         ]
     )
@@ -144,32 +143,21 @@ def _array(array: Array) -> str:
         f'"{array.name}"',
         f'"{array.elements}"',
         f"{{{array.name}_to, {array.name}_from}}",
-        "nullptr" if strings else f"&{array.element.name}",
+        "nullptr" if strings else f"&proxy::{array.element.name}",
+        f'"{prefix}_get_{array.elements}"',
     ]
     what = "strings" if strings else "elements"
-    arguments = [array.name, "h", array.elements, f"{array.elements}_size"]
+    arguments = [f"proxy::{array.name}", "h", array.elements, f"{array.elements}_size"]
     return "\n\n".join(
         [
             f"// array {array.name}\n{_parcelable_declarations(array.name)}",
-            braces(f"static constexpr proxy::ArrayType {array.name} = ", values, ";"),
+            braces(f"constinit const proxy::ArrayType proxy::{array.name} = ", values, ";"),
             *_parcelable(array.name, "array"),
-            *_life(prefix, handle, array.name),
+            *_life(prefix, handle, f"proxy::{array.name}"),
             _forward(f"int {prefix}_set_{array.elements}", names.elements_in(array), f"set_{what}", arguments),
             _forward(f"int {prefix}_get_{array.elements}", names.elements_out(array), f"get_{what}", arguments),
         ]
     )
-
-
-def _type_of(things: Iterable[Record | Array]) -> str:
-    found = []
-    for thing in things:
-        kind = "RecordType" if isinstance(thing, Record) else "ArrayType"
-        found.append(
-            f"template <>\nstruct TypeOf<{names.handle(thing)}> {{\n"
-            f"    static constexpr const {kind}& type = {thing.name};\n}};"
-        )
-    inner = "\n\n".join(found)
-    return f"namespace quorvel::proxy {{\n\n{inner}\n\n}}  // namespace quorvel::proxy"
 
 
 def _delegate(client: ClientNames, delegate: Delegate) -> str:
@@ -177,7 +165,13 @@ def _delegate(client: ClientNames, delegate: Delegate) -> str:
     handle = client.delegate_handle(delegate)
     dispatcher = client.dispatcher(delegate)
     to, source = client.parcelable(delegate, "to"), client.parcelable(delegate, "from")
-    values = [f'"{delegate.name}"', str(delegate.number), f"{{{to}, {source}}}", f"&last_{delegate.name}"]
+    values = [
+        f'"{delegate.name}"',
+        f'"{client.dispose(delegate)}"',
+        str(delegate.number),
+        f"{{{to}, {source}}}",
+        f"&last_{delegate.name}",
+    ]
     classes = [_parameter_class(parameter) for parameter in delegate.parameters]
     arguments = ["list", "parcel", "seq_id", "id", f'quorvel::CallSite::named("{dispatcher}")']
     return "\n\n".join(

@@ -1,0 +1,193 @@
+#pragma once
+
+#include <rpc-port.h>
+
+#include <array>
+#include <concepts>
+#include <cstddef>
+#include <limits>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "stub/values.hpp"
+
+/// Reading a request and writing an answer, value by value, over the platform's parcels.
+namespace quorvel::stub {
+
+/// A text that came in, where it lies in the parcel; where the platform cannot lend it, a copy.
+class InText {
+public:
+    InText(const char* lent, int length) noexcept : text_{lent, static_cast<std::size_t>(length)} {}
+    /// Takes the copy over; `wipe` clears it before it is released.
+    InText(char* copy, bool wipe) noexcept;
+    ~InText();
+    InText(const InText&) = delete;
+    InText& operator=(const InText&) = delete;
+
+    operator std::string_view() const noexcept { return text_; }
+
+private:
+    std::string_view text_;
+    char* copy_ = nullptr;
+    bool wipe_ = false;
+};
+
+/// Reads a parcel from its front. After the first value that is missing or lies, `good` stays false.
+class Reader {
+public:
+    explicit Reader(rpc_port_parcel_h parcel) noexcept : parcel_{parcel} {}
+    Reader(const Reader&) = delete;
+    Reader& operator=(const Reader&) = delete;
+
+    bool good() const noexcept { return good_; }
+    /// What was read is well-formed, but cannot be meant.
+    void reject() noexcept { good_ = false; }
+
+    int number() noexcept;
+    long long long_number() noexcept;
+    bool flag() noexcept;
+    InText text() noexcept { return take_text(false); }
+    InText secret_text() noexcept { return take_text(true); }
+    /// How many elements follow; 0 after a failure.
+    int count() noexcept;
+
+    void read(std::string& text);
+    void read(Bundle& bundle);
+
+    /// The texts that were read as values of their own, the first few of them; no secret ones.
+    std::span<const std::string_view> texts() const noexcept { return {texts_.data(), text_count_}; }
+
+private:
+    InText take_text(bool secret) noexcept;
+    void note(int result) noexcept { good_ = good_ && result == RPC_PORT_ERROR_NONE; }
+
+    rpc_port_parcel_h parcel_;
+    bool good_ = true;
+    std::array<std::string_view, 8> texts_;
+    std::size_t text_count_ = 0;
+};
+
+/// What may be done to a parcel on its way out, so that the other end can be seen to cope.
+struct Damage {
+    static constexpr int none = std::numeric_limits<int>::max();
+
+    int keep = none;     ///< the parcel ends after so many values
+    int corrupt = none;  ///< the value at this place (from 0) is another one; a count becomes a huge one
+};
+
+/// Writes a parcel from its front: no allocation, no text measured.
+class Writer {
+public:
+    Writer(rpc_port_parcel_h parcel, const Damage& damage) noexcept : parcel_{parcel}, damage_{damage} {}
+    Writer(const Writer&) = delete;
+    Writer& operator=(const Writer&) = delete;
+
+    /// False when the port did not take everything.
+    bool good() const noexcept { return good_; }
+
+    void number(int value) noexcept;
+    void long_number(long long value) noexcept;
+    void flag(bool value) noexcept;
+    void text(const char* value) noexcept;
+    void count(std::size_t value) noexcept;
+    void bundle(const Bundle& value) noexcept;
+
+private:
+    enum class Next { plain, corrupt, nothing };
+
+    Next next() noexcept
+    {
+        const int place = place_++;
+        if (place >= damage_.keep)
+            return Next::nothing;
+        return place == damage_.corrupt ? Next::corrupt : Next::plain;
+    }
+    void note(int result) noexcept { good_ = good_ && result == RPC_PORT_ERROR_NONE; }
+
+    rpc_port_parcel_h parcel_;
+    Damage damage_;
+    int place_ = 0;
+    bool good_ = true;
+};
+
+// One name for writing anything and one for reading it; the generated records add theirs.
+
+inline void write(Writer& to, int value)
+{
+    to.number(value);
+}
+
+inline void write(Writer& to, long long value)
+{
+    to.long_number(value);
+}
+
+/// Only a bool is one: a pointer would become one too readily.
+template <std::same_as<bool> Flag>
+void write(Writer& to, Flag value)
+{
+    to.flag(value);
+}
+
+inline void write(Writer& to, TextRef value)
+{
+    to.text(value.c_str());
+}
+
+inline void write(Writer& to, const Text& value)
+{
+    to.text(value.c_str());
+}
+
+inline void write(Writer& to, const std::string& value)
+{
+    to.text(value.c_str());
+}
+
+inline void write(Writer& to, const Bundle& value)
+{
+    to.bundle(value);
+}
+
+template <typename Element>
+void write(Writer& to, const std::vector<Element>& values)
+{
+    to.count(values.size());
+    for (const Element& value : values)
+        write(to, value);
+}
+
+template <typename Value>
+void write(Writer& to, const Out<Value>& value)
+{
+    write(to, value.get());
+}
+
+inline void read(Reader& from, int& value)
+{
+    value = from.number();
+}
+
+inline void read(Reader& from, std::string& value)
+{
+    from.read(value);
+}
+
+inline void read(Reader& from, Bundle& value)
+{
+    from.read(value);
+}
+
+template <typename Element>
+void read(Reader& from, std::vector<Element>& values)
+{
+    const int count = from.count();
+    values.clear();
+    // Grows with what arrives: a count alone is a claim.
+    for (int i = 0; i < count && from.good(); ++i)
+        read(from, values.emplace_back());
+}
+
+}  // namespace quorvel::stub
