@@ -33,8 +33,8 @@ void Retired::retire() noexcept
     release_all(unused);
 }
 
-// What nobody uses any more stands at the front: a later retirement may not overtake an earlier one, whose callers may
-// have seen both.
+// What nobody uses any more stands at the front: a later retirement may not overtake an earlier one, whose
+// callers may have seen both.
 Retired* Retired::take_unused() noexcept
 {
     Retired* const first = oldest;
@@ -80,7 +80,8 @@ CallGuard::~CallGuard()
             --current_callers;
             return;
         }
-        // A fork may have left calls of the parent's other threads behind; the one that forked still finds its own.
+        // A fork may have left calls of the parent's other threads behind; the one that forked still finds
+        // its own.
         for (Retired* retired = oldest; retired != nullptr; retired = retired->next_) {
             if (retired->generation_ == generation_) {
                 --retired->callers_;

@@ -6,10 +6,10 @@ namespace quorvel {
 
 /// Memory that an application gave up while other threads may still be using it.
 ///
-/// A handle is a plain pointer, and a disconnect on one thread may overtake a call on another that has already looked
-/// at it. So every call counts itself in (CallGuard) before it looks at anything that a disconnect frees; what is given
-/// up is retired, and released when all the calls that were counted in before have left. Nobody waits: whoever leaves
-/// last releases.
+/// A handle is a plain pointer, and a disconnect on one thread may overtake a call on another that has
+/// already looked at it. So every call counts itself in (CallGuard) before it looks at anything that a
+/// disconnect frees; what is given up is retired, and released when all the calls that were counted in before
+/// have left. Nobody waits: whoever leaves last releases.
 class Retired {
 public:
     using Release = void (*)(Retired*) noexcept;

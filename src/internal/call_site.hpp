@@ -2,8 +2,9 @@
 
 namespace quorvel {
 
-/// Where a log line comes from: taken by default arguments, so that a step that many functions share still speaks in the
-/// name of the function that was called. The build maps every source's path to its stem, which is what the log shows.
+/// Where a log line comes from: taken by default arguments, so that a step that many functions share still
+/// speaks in the name of the function that was called. The build maps every source's path to its stem, which
+/// is what the log shows.
 struct CallSite {
     const char* source;
     int line;

@@ -17,8 +17,8 @@ constinit std::mutex calls;
 
 namespace {
 
-// A child that was forked while another thread held a lock could never take it. All are held for moments only, so the
-// fork waits for them, and what they guard is whole on both sides.
+// A child that was forked while another thread held a lock could never take it. All are held for moments
+// only, so the fork waits for them, and what they guard is whole on both sides.
 void before_fork()
 {
     locks::requests.lock();

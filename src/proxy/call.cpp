@@ -51,8 +51,9 @@ rpc_port_parcel_h Exchange::receive()
     if (is_sent_) {
         answer = next_result();
     } else {
-        // The wait goes on all the same, but never for an answer that another call is owed, or is about to be: whoever
-        // holds the gate is sending. It is not waited for, since it may itself be waiting behind this call.
+        // The wait goes on all the same, but never for an answer that another call is owed, or is about to
+        // be: whoever holds the gate is sending. It is not waited for, since it may itself be waiting behind
+        // this call.
         const std::unique_lock gate{proxy_.turns.gate, std::try_to_lock};
         if (gate.owns_lock() && !proxy_.turns.owes_other_answers(ticket_))
             answer = next_result();

@@ -10,8 +10,8 @@
 #include "proxy/delegates.hpp"
 #include "proxy/records.hpp"
 
-/// The call frame: one remote method call, from its arguments to its answer. The generated routines name the method's
-/// number and its parameters; all the rest stands here.
+/// The call frame: one remote method call, from its arguments to its answer. The generated routines name the
+/// method's number and its parameters; all the rest stands here.
 namespace quorvel::proxy {
 
 // A parameter writes itself into the request, or reads itself from the answer.
@@ -20,7 +20,12 @@ template <typename Value>
 struct In {
     Value value;
 
-    bool missing() const { return std::is_pointer_v<Value> && !is_text && value == nullptr; }
+    bool missing() const
+    {
+        if constexpr (std::is_pointer_v<Value> && !is_text)
+            return value == nullptr;
+        return false;
+    }
     void* delegate() const { return nullptr; }
     void write(rpc_port_parcel_h parcel) const
     {
@@ -130,7 +135,8 @@ public:
     int operator()(Parameters... parameters) const
     {
         int result = -1;
-        run([&result](rpc_port_parcel_h answer) { rpc_port_parcel_read_int32(answer, &result); }, parameters...);
+        run([&result](rpc_port_parcel_h answer) { rpc_port_parcel_read_int32(answer, &result); },
+            parameters...);
         return result;
     }
 
@@ -139,7 +145,8 @@ public:
     bool flag(Parameters... parameters) const
     {
         bool result = false;
-        run([&result](rpc_port_parcel_h answer) { rpc_port_parcel_read_bool(answer, &result); }, parameters...);
+        run([&result](rpc_port_parcel_h answer) { rpc_port_parcel_read_bool(answer, &result); },
+            parameters...);
         return result;
     }
 
@@ -169,7 +176,8 @@ private:
         if (!exchange.send(request, delegate))
             return;
         const rpc_port_parcel_h answer = exchange.receive();
-        // A value that could not be taken in leaves the rest unread: the result then stays the one of no answer.
+        // A value that could not be taken in leaves the rest unread: the result then stays the one of no
+        // answer.
         if (answer != nullptr && (... && parameters.read(answer)))
             read_result(answer);
         exchange.close(answer);

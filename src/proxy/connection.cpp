@@ -79,7 +79,8 @@ private:
 
 void log_endpoint(const char* endpoint, const char* port, const CallSite& at)
 {
-    log_proxy(DLOG_INFO, at, PROXY_TEXT("[__RPC_PORT__] endpoint(%s), port_name(%s)"), shown(endpoint), shown(port));
+    log_proxy(DLOG_INFO, at, PROXY_TEXT("[__RPC_PORT__] endpoint(%s), port_name(%s)"), shown(endpoint),
+              shown(port));
 }
 
 extern "C" {
@@ -156,8 +157,9 @@ int add_event_callbacks(Proxy& proxy, const CallSite& at)
     int result = added(rpc_port_proxy_add_connected_event_cb(proxy.proxy, __qv_client_connected, &proxy),
                        PROXY_TEXT("Failed to add connected event cb. err = %d"));
     if (result == 0)
-        result = added(rpc_port_proxy_add_disconnected_event_cb(proxy.proxy, __qv_client_disconnected, &proxy),
-                       PROXY_TEXT("Failed to add disconnected event cb. err = %d"));
+        result =
+            added(rpc_port_proxy_add_disconnected_event_cb(proxy.proxy, __qv_client_disconnected, &proxy),
+                  PROXY_TEXT("Failed to add disconnected event cb. err = %d"));
     if (result == 0)
         result = added(rpc_port_proxy_add_rejected_event_cb(proxy.proxy, __qv_client_rejected, &proxy),
                        PROXY_TEXT("Failed to add rejected event cb. err = %d"));
@@ -219,8 +221,9 @@ void TurnQueue::pass(Ticket& ticket)
 }
 
 Proxy::Proxy() noexcept
-    : rpc_port_proxy_qv_client_s{},
-      Retired{[](Retired* retired) noexcept { static_cast<Proxy*>(retired)->drop(); }}
+    : rpc_port_proxy_qv_client_s{}, Retired{[](Retired* retired) noexcept {
+          static_cast<Proxy*>(retired)->drop();
+      }}
 {
     g_rec_mutex_init(&mutex);
 }

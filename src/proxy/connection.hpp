@@ -14,12 +14,12 @@ namespace quorvel::proxy {
 
 /// Hands the answers of one connection to the calls that asked.
 ///
-/// Results carry no number: the agent answers a connection's requests in their order. So a call sends its request and
-/// joins the queue in one step (the gate), and reads when all the calls before it have read theirs. Requests are in
-/// flight together; one thread alone sees no change.
+/// Results carry no number: the agent answers a connection's requests in their order. So a call sends its
+/// request and joins the queue in one step (the gate), and reads when all the calls before it have read
+/// theirs. Requests are in flight together; one thread alone sees no change.
 ///
-/// Gate and turn are waited for without a clock: the port ends the read of whoever is at the head at its deadline and
-/// closes the connection, so every wait behind it ends too.
+/// Gate and turn are waited for without a clock: the port ends the read of whoever is at the head at its
+/// deadline and closes the connection, so every wait behind it ends too.
 class TurnQueue {
 public:
     class Ticket {
@@ -48,8 +48,8 @@ private:
 
 /// The proxy's record: what its header shows, then our own.
 ///
-/// Its memory is counted: one count is the owner's, given back when the calls that were in progress at its destruction
-/// have left; every event that runs holds another.
+/// Its memory is counted: one count is the owner's, given back when the calls that were in progress at its
+/// destruction have left; every event that runs holds another.
 struct Proxy : rpc_port_proxy_qv_client_s, Retired {
     Proxy() noexcept;
     ~Proxy();

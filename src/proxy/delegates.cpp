@@ -51,7 +51,8 @@ void drop_reference(Delegate* delegate)
         release_memory(delegate);
 }
 
-/// Ends a delegate's life, once. With locks::delegates held; the caller drops the reference after it has let go of it.
+/// Ends a delegate's life, once. With locks::delegates held; the caller drops the reference after it has let
+/// go of it.
 bool end_life(Delegate& delegate)
 {
     unlist_everywhere(delegate);
@@ -75,7 +76,8 @@ Listing*& DelegateIndex::bucket(int id, int seq_id) const
 {
     if (buckets_ == nullptr)
         return overflow_;
-    const auto hash = static_cast<std::size_t>(static_cast<unsigned>(seq_id)) * 38U + static_cast<std::size_t>(id);
+    const auto hash =
+        static_cast<std::size_t>(static_cast<unsigned>(seq_id)) * 38U + static_cast<std::size_t>(id);
     return buckets_[hash & (bucket_count_ - 1)];
 }
 
@@ -158,6 +160,7 @@ void* create_delegate_object(const DelegateType& type, void (*callback)(), bool 
         return nullptr;
     }
     auto* const delegate = new (memory) Delegate{};
+    delegate->type = &type;
     delegate->parcelable = type.parcelable;
     delegate->id = type.id;
     delegate->seq_id = static_cast<int>(type.last_seq_id->fetch_add(1, std::memory_order_relaxed) + 1);
@@ -272,7 +275,7 @@ DelegateName name_of(const void* handle)
     return {&delegate, delegate.id, delegate.seq_id};
 }
 
-bool dispose_named(Proxy& proxy, const DelegateName& name, const CallSite& at)
+bool dispose_named(Proxy& proxy, const DelegateName& name)
 {
     DelegateRef delegate;
     {
@@ -282,12 +285,19 @@ bool dispose_named(Proxy& proxy, const DelegateName& name, const CallSite& at)
             return false;
         delegate = DelegateRef{found};
     }
-    retire_delegate(delegate, at);
+    retire_delegate(delegate);
     return true;
 }
 
-bool retire_delegate(const DelegateRef& delegate, const CallSite& at)
+bool is_listed(const DelegateRef& delegate)
 {
+    const std::lock_guard lock{locks::delegates};
+    return delegate->listing.proxy != nullptr;
+}
+
+bool retire_delegate(const DelegateRef& delegate, CallSite at)
+{
+    at.function = delegate->type->dispose_name;
     bool was_listed = false;
     bool fired = false;
     bool lived = false;
@@ -350,8 +360,8 @@ Firing::Firing(const Listed& listed, int id, int seq_id, const CallSite& at) : l
 {
     {
         const std::lock_guard lock{locks::delegates};
-        Delegate* const found =
-            listed.proxy != nullptr ? listed.proxy->index.find(id, seq_id) : find_in(*listed.list, id, seq_id);
+        Delegate* const found = listed.proxy != nullptr ? listed.proxy->index.find(id, seq_id)
+                                                        : find_in(*listed.list, id, seq_id);
         if (found == nullptr || found->ended || found->fired)
             return;
         delegate_ = DelegateRef{found};

@@ -14,14 +14,14 @@
 
 /// Delegates: the client's end of the callbacks that the agent makes.
 ///
-/// A delegate's memory is counted. One count is its life: it stands for the creator's and then for the list's hold, and
-/// `destroy`, `dispose`, the one call of a once delegate or the end of its proxy drop it. A dispatch that has picked
-/// the delegate holds another, and so does whoever keeps a DelegateRef. So a callback may do anything to its own
-/// registration, and nothing that is freed is touched afterwards.
+/// A delegate's memory is counted. One count is its life: it stands for the creator's and then for the list's
+/// hold, and `destroy`, `dispose`, the one call of a once delegate or the end of its proxy drop it. A
+/// dispatch that has picked the delegate holds another, and so does whoever keeps a DelegateRef. So a
+/// callback may do anything to its own registration, and nothing that is freed is touched afterwards.
 ///
-/// The list is the GList that the proxy's record shows. The nodes of it are part of the delegates, so registering takes
-/// no memory; an index by (id, seq_id) stands beside it. Both are guarded by locks::delegates, which is never held while
-/// a callback runs.
+/// The list is the GList that the proxy's record shows. The nodes of it are part of the delegates, so
+/// registering takes no memory; an index by (id, seq_id) stands beside it. Both are guarded by
+/// locks::delegates, which is never held while a callback runs.
 namespace quorvel::proxy {
 
 struct Proxy;
@@ -29,6 +29,8 @@ struct Delegate;
 
 struct DelegateType {
     const char* name;
+    const char* dispose_name;  ///< "rpc_port_proxy_qv_client_device_list_cb_dispose": in whose name the
+                               ///< library disposes
     int id;
     rpc_port_parcelable_t parcelable;
     std::atomic<unsigned>* last_seq_id;  ///< never reset while the process runs
@@ -51,6 +53,7 @@ struct Delegate {
     bool once;
     void* user_data;
 
+    const DelegateType* type;
     std::atomic<unsigned> references;
     bool ended;  ///< its life was dropped: it is found no more, and no list takes it
     bool fired;  ///< a once delegate whose call was picked
@@ -119,6 +122,7 @@ struct DelegateName {
     int seq_id = 0;
 
     explicit operator bool() const noexcept { return address != nullptr; }
+    bool operator==(const DelegateName&) const = default;
 };
 
 void* create_delegate_object(const DelegateType& type, void (*callback)(), bool once, void* user_data,
@@ -154,15 +158,19 @@ void keep_for_callback(void* delegate, void* kept, void (*release)(void* kept));
 DelegateName name_of(const void* delegate);
 
 /// Disposes the delegate of that name, if the proxy still holds it; answers whether it did.
-bool dispose_named(Proxy& proxy, const DelegateName& name, const CallSite& at);
+bool dispose_named(Proxy& proxy, const DelegateName& name);
 
-/// What a failed command or a replaced registration does with a delegate that it holds: takes it out of its list, if it
-/// is in one, and ends its life. Answers whether no call of it was picked before: then none will be.
-bool retire_delegate(const DelegateRef& delegate, const CallSite& at);
+/// What a failed command or a replaced registration does with a delegate that it holds: takes it out of its
+/// list, if it is in one, and ends its life. Answers whether no call of it was picked before: then none will
+/// be.
+bool retire_delegate(const DelegateRef& delegate, CallSite at = CallSite::here());
+
+bool is_listed(const DelegateRef& delegate);
 
 // For the call frame and the proxy.
 
-/// Appends the delegate to the proxy's list, unless its life has ended. Answers false when there is no memory.
+/// Appends the delegate to the proxy's list, unless its life has ended. Answers false when there is no
+/// memory.
 bool append_delegate(Proxy& proxy, void* delegate);
 /// Ends the life of every delegate in the proxy's list.
 void end_delegates(Proxy& proxy);
@@ -274,7 +282,8 @@ struct Delivery {
 /// One callback from the agent.
 template <typename... Parameters>
 struct Dispatch {
-    void run(const Listed& listed, rpc_port_parcel_h parcel, int seq_id, int id, CallSite at = CallSite::here()) const
+    void run(const Listed& listed, [[maybe_unused]] rpc_port_parcel_h parcel, int seq_id, int id,
+             CallSite at = CallSite::here()) const
     {
         // Braces read the parameters in their order; all of them live until the call is over.
         Delivery{listed, id, seq_id, at, Parameters{parcel}...};

@@ -193,8 +193,8 @@ void* allocate_record(const RecordType& type, std::size_t text_size)
     return record;
 }
 
-/// Writes an element with its own routine. The count is on its way already, so a missing element goes as one whose
-/// fields are all absent.
+/// Writes an element with its own routine. The count is on its way already, so a missing element goes as one
+/// whose fields are all absent.
 void write_element(const RecordType& type, rpc_port_parcel_h parcel, void* element)
 {
     alignas(std::max_align_t) char absent[max_record_size] = {};
@@ -280,8 +280,8 @@ bool read_field(rpc_port_parcel_h parcel, void* record, const Field& field, cons
     return true;
 }
 
-/// Reads one record of an array into a single block: its texts are borrowed from the parcel until the size is known,
-/// then laid behind the record.
+/// Reads one record of an array into a single block: its texts are borrowed from the parcel until the size is
+/// known, then laid behind the record.
 class Gathering {
 public:
     explicit Gathering(const RecordType& type, const CallSite& at) : type_{type}, at_{at} {}
@@ -297,7 +297,9 @@ public:
     void* read(rpc_port_parcel_h parcel)
     {
         // The one whose fields are read is the record's own type, as far as the port is concerned.
-        static constexpr auto from = [](rpc_port_parcel_h h, void* data) { static_cast<Gathering*>(data)->gather(h); };
+        static constexpr auto from = [](rpc_port_parcel_h h, void* data) {
+            static_cast<Gathering*>(data)->gather(h);
+        };
         rpc_port_parcelable_t parcelable{nullptr, from};
         rpc_port_parcel_read(parcel, &parcelable, this);
         void* const record = complete_ ? lay_out() : nullptr;
@@ -474,7 +476,8 @@ void** clone_elements(const ArrayType& type, void* const* elements, int count)
     return copies;
 }
 
-int replace_elements(const ArrayType& type, void* object, void* const* elements, int count, const CallSite& at)
+int replace_elements(const ArrayType& type, void* object, void* const* elements, int count,
+                     const CallSite& at)
 {
     if (object == nullptr || elements == nullptr)
         return refuse(at);
@@ -664,8 +667,8 @@ int get_bundle(const RecordType&, const void* record, const Field& field, bundle
     return 0;
 }
 
-int set_text_list(const RecordType& type, void* record, const Field& field, const char* const* values, int count,
-                  CallSite at)
+int set_text_list(const RecordType& type, void* record, const Field& field, const char* const* values,
+                  int count, CallSite at)
 {
     if (record == nullptr || values == nullptr)
         return refuse(at);
@@ -678,7 +681,8 @@ int set_text_list(const RecordType& type, void* record, const Field& field, cons
     return 0;
 }
 
-int get_text_list(const RecordType&, const void* record, const Field& field, char*** values, int* count, CallSite at)
+int get_text_list(const RecordType&, const void* record, const Field& field, char*** values, int* count,
+                  CallSite at)
 {
     if (record == nullptr || values == nullptr || count == nullptr)
         return refuse(at);
@@ -790,18 +794,21 @@ int get_strings(const ArrayType& type, const void* array, char*** values, int* c
     return get_array_elements(type, array, reinterpret_cast<void***>(values), count, at);
 }
 
-int set_array_elements(const ArrayType& type, void* array, const void* elements, int count, const CallSite& at)
+int set_array_elements(const ArrayType& type, void* array, const void* elements, int count,
+                       const CallSite& at)
 {
     return replace_elements(type, array, static_cast<void* const*>(elements), count, at);
 }
 
-int get_array_elements(const ArrayType& type, const void* array, void*** elements, int* count, const CallSite& at)
+int get_array_elements(const ArrayType& type, const void* array, void*** elements, int* count,
+                       const CallSite& at)
 {
     return copy_elements(type, array, elements, count, at);
 }
 
-void take_elements(const ArrayType& type, void* object, void*** elements, int* count, const CallSite& at)
+void take_elements(const ArrayType& type, void* object, void*** elements, int* count, CallSite at)
 {
+    at.function = type.getter_name;
     auto& array = *static_cast<Array*>(object);
     if (array.count == 0) {
         report_empty(type.elements_name, at);

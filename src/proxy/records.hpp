@@ -10,9 +10,10 @@
 
 /// Records and arrays: the values with a structure that cross the port.
 ///
-/// A record's fields are data (RecordType), and every operation is written once over them. A record begins with the
-/// fields that its header shows; behind them it may keep the texts of a record that came in an array (see `Tail`), so
-/// that a list of thousands of records is not tens of thousands of heap blocks. Every other text is a block of its own.
+/// A record's fields are data (RecordType), and every operation is written once over them. A record begins
+/// with the fields that its header shows; behind them it may keep the texts of a record that came in an array
+/// (see `Tail`), so that a list of thousands of records is not tens of thousands of heap blocks. Every other
+/// text is a block of its own.
 namespace quorvel::proxy {
 
 enum class Kind : std::uint8_t { text, number, bundle, text_list };
@@ -63,9 +64,10 @@ struct ArrayType {
     const char* elements_name;  ///< "array_device_ss"
     rpc_port_parcelable_t parcelable;
     const RecordType* element;  ///< nullptr: the elements are strings
+    const char* getter_name;    ///< "rpc_port_array_device_s_get_array_device_ss"
 };
 
-/// The type of a record or an array, found by its handle; specialised by the generated source.
+/// The type of a record or an array, found by its handle; specialised by the generated header of the types.
 template <typename Handle>
 struct TypeOf;
 
@@ -110,19 +112,28 @@ int clone_record(const Type& type, Handle handle, Handle* copy, CallSite at = Ca
     return result;
 }
 
-void write_record(const RecordType& type, rpc_port_parcel_h parcel, void* record, CallSite at = CallSite::here());
-void read_record(const RecordType& type, rpc_port_parcel_h parcel, void* record, CallSite at = CallSite::here());
-void write_array(const ArrayType& type, rpc_port_parcel_h parcel, void* array, CallSite at = CallSite::here());
+void write_record(const RecordType& type, rpc_port_parcel_h parcel, void* record,
+                  CallSite at = CallSite::here());
+void read_record(const RecordType& type, rpc_port_parcel_h parcel, void* record,
+                 CallSite at = CallSite::here());
+void write_array(const ArrayType& type, rpc_port_parcel_h parcel, void* array,
+                 CallSite at = CallSite::here());
 void read_array(const ArrayType& type, rpc_port_parcel_h parcel, void* array, CallSite at = CallSite::here());
 
-int set_text(const RecordType& type, void* record, const Field& field, const char* value, CallSite at = CallSite::here());
-int get_text(const RecordType& type, const void* record, const Field& field, char** value, CallSite at = CallSite::here());
-int set_number(const RecordType& type, void* record, const Field& field, int value, CallSite at = CallSite::here());
-int get_number(const RecordType& type, const void* record, const Field& field, int* value, CallSite at = CallSite::here());
-int set_bundle(const RecordType& type, void* record, const Field& field, bundle* value, CallSite at = CallSite::here());
-int get_bundle(const RecordType& type, const void* record, const Field& field, bundle** value, CallSite at = CallSite::here());
-int set_text_list(const RecordType& type, void* record, const Field& field, const char* const* values, int count,
-                  CallSite at = CallSite::here());
+int set_text(const RecordType& type, void* record, const Field& field, const char* value,
+             CallSite at = CallSite::here());
+int get_text(const RecordType& type, const void* record, const Field& field, char** value,
+             CallSite at = CallSite::here());
+int set_number(const RecordType& type, void* record, const Field& field, int value,
+               CallSite at = CallSite::here());
+int get_number(const RecordType& type, const void* record, const Field& field, int* value,
+               CallSite at = CallSite::here());
+int set_bundle(const RecordType& type, void* record, const Field& field, bundle* value,
+               CallSite at = CallSite::here());
+int get_bundle(const RecordType& type, const void* record, const Field& field, bundle** value,
+               CallSite at = CallSite::here());
+int set_text_list(const RecordType& type, void* record, const Field& field, const char* const* values,
+                  int count, CallSite at = CallSite::here());
 int get_text_list(const RecordType& type, const void* record, const Field& field, char*** values, int* count,
                   CallSite at = CallSite::here());
 
@@ -130,11 +141,14 @@ int set_strings(const ArrayType& type, void* array, const char* const* values, i
                 CallSite at = CallSite::here());
 int get_strings(const ArrayType& type, const void* array, char*** values, int* count,
                 CallSite at = CallSite::here());
-int set_array_elements(const ArrayType& type, void* array, const void* elements, int count, const CallSite& at);
-int get_array_elements(const ArrayType& type, const void* array, void*** elements, int* count, const CallSite& at);
+int set_array_elements(const ArrayType& type, void* array, const void* elements, int count,
+                       const CallSite& at);
+int get_array_elements(const ArrayType& type, const void* array, void*** elements, int* count,
+                       const CallSite& at);
 
 template <typename Element>
-int set_elements(const ArrayType& type, void* array, Element* elements, int count, CallSite at = CallSite::here())
+int set_elements(const ArrayType& type, void* array, Element* elements, int count,
+                 CallSite at = CallSite::here())
 {
     return set_array_elements(type, array, elements, count, at);
 }
@@ -154,8 +168,10 @@ int get_elements(const ArrayType& type, const void* array, Element** elements, i
     return result;
 }
 
-/// Moves the elements out of an array that nobody else holds, instead of copying them and destroying the originals.
-/// What can be seen is the same: the vector, and a line for every empty list that a copy would have reported.
-void take_elements(const ArrayType& type, void* array, void*** elements, int* count, const CallSite& at);
+/// Moves the elements out of an array that nobody else holds, instead of copying them and destroying the
+/// originals. What can be seen is the same: the vector, and a line for every empty list that a copy would
+/// have reported.
+void take_elements(const ArrayType& type, void* array, void*** elements, int* count,
+                   CallSite at = CallSite::here());
 
 }  // namespace quorvel::proxy

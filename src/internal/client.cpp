@@ -1,0 +1,47 @@
+#include "internal/client.hpp"
+
+#include <new>
+#include <utility>
+
+namespace quorvel {
+
+Client::Client() noexcept
+    : ClientFields{}, Retired{[](Retired* retired) noexcept { static_cast<Client*>(retired)->drop(); }}
+{
+}
+
+Client::~Client()
+{
+    while (kept_ != nullptr) {
+        kept_->release(kept_->object);
+        delete std::exchange(kept_, kept_->next);
+    }
+}
+
+void Client::drop() noexcept
+{
+    if (references_.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        delete this;
+}
+
+void Client::clear_callbacks()
+{
+    const std::lock_guard lock{locks::clients};
+    rpc_port_proxy_qv_client_h const proxy = rpc_h;
+    static_cast<ClientFields&>(*this) = ClientFields{};
+    set_proxy(proxy);
+}
+
+void Client::keep(void* object, void (*release)(void*))
+{
+    auto* const kept = new (std::nothrow) Kept{object, release, nullptr};
+    if (kept == nullptr) {
+        release(object);
+        return;
+    }
+    const std::lock_guard lock{locks::clients};
+    kept->next = kept_;
+    kept_ = kept;
+}
+
+}  // namespace quorvel

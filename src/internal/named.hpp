@@ -1,0 +1,40 @@
+#pragma once
+
+#include <quorvel_client.h>
+#include <quorvel_client_proxy.h>
+#include <quorvel_core.h>
+
+// The internal functions that go by a name of their own: programs that link the archive may call them.
+
+QUORVEL_BEGIN_DECLS
+
+int quorvel_client_get_error_code(int result);
+int check_agent(int major, int minor, bool force);
+int check_api_precondition(quorvel_client_h handle, int major, int minor, int patch);
+
+void quorvel_client_rpc_connected_cb(rpc_port_proxy_qv_client_h proxy, void* record);
+void quorvel_client_rpc_disconnected_cb(rpc_port_proxy_qv_client_h proxy, void* record);
+void quorvel_client_rpc_rejected_cb(rpc_port_proxy_qv_client_h proxy, void* record);
+
+// Handlers of the delegates.
+void _sign_in_state_cb(void* user_data, const char* state);
+void _qc_service_ui_metadata_updated_cb(void* user_data, const char* first, const char* second);
+void _device_list_cb(void* user_data, rpc_port_array_device_s_h devices, int extra);
+void _device_result_cb(void* request, int result);
+void _device_detail_list_cb(void* user_data, rpc_port_array_device_detail_s_h details, int extra);
+void _group_list_cb(void* user_data, const char* event, const char* type, rpc_port_array_group_s_h groups,
+                    int extra);
+void _group_result_cb(void* request, const char* group_id, const char* second, int result);
+void _scene_list_cb(void* user_data, const char* event, rpc_port_array_scene_s_h scenes, int extra);
+void _scene_result_cb(void* request, const char* scene_id, const char* scene, const char* third,
+                      const char* fourth, int result);
+void _notification_cb(void* user_data, const char* first, const char* second, const char* third);
+
+/// Takes the strings of one JSON member out of a group's device entries.
+int _parse_device_list(char** device_list, int count, const char* key, char*** values, int* value_count);
+
+int _set_sse_cb_by_filter(quorvel_client_h handle, int filter_type, const char* filter,
+                          quorvel_core_sse_cb cb, void* user_data);
+int _unset_sse_cb_by_filter(quorvel_client_h handle, int filter_type, const char* filter);
+
+QUORVEL_END_DECLS
