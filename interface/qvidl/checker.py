@@ -54,7 +54,11 @@ KEYWORDS = frozenset(
 
 # What the generated functions call their own things.
 TAKEN = frozenset("ask call client clone delegate h holder list parcel parcelable proxy service size user_data".split())
-TAKEN_TYPES = frozenset("bundle call client method out parameter reader service server text writer".split())
+TAKEN_TYPES = frozenset(
+    """array arrays boolean bundle call callback client damage delegates field interface kind later method
+    methods number out parameter plan reader record records request server service strings text
+    type writer""".split()
+)
 
 _PLAIN_NAME = re.compile(r"^[a-z][a-z0-9]*(_[a-z0-9]+)*$")
 
@@ -105,6 +109,10 @@ class _Checker:
     def _names(self) -> None:
         found = self._found
         self._plain(found.interface)
+        if not found.methods:
+            self._wrong(
+                found.interface.position, f'interface "{found.interface.text}" has no methods, declare one'
+            )
         types = [*found.records, *found.arrays, *found.delegates]
         for declaration in [*types, *found.methods]:
             self._plain(declaration.name)

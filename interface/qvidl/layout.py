@@ -70,7 +70,8 @@ def _broken(opening: str, pieces: list[str], closing: str) -> str:
     hanging = _packed(opening + "\n" + " " * indent, pieces, indent)
     if _fits(aligned) and aligned.count("\n") <= hanging.count("\n") + 1:
         return aligned
-    return hanging
+    # What fits nowhere, a long text say, stays where it is found best.
+    return hanging if _fits(hanging) else aligned
 
 
 def _packed(start: str, pieces: Sequence[str], column: int) -> str:
