@@ -21,10 +21,12 @@ namespace {
 
 constexpr auto agent_package = "com.veltrane.norvik.quorvel-client";
 
+// Read by every call; changed with locks::clients held, together with the client that it is about.
 std::atomic<int> connection_state = session::disconnected;
+Client* current_client = nullptr;
+
 std::atomic<int> agent_present = -1;  // 1 once the agent was found; an absent one is looked for on every call
 std::atomic<int> known_agent_version = -1;
-std::atomic<Client*> current_client = nullptr;
 
 session::RequestTables tables;   // guarded by locks::requests
 Client* live_clients = nullptr;  // guarded by locks::clients
@@ -188,8 +190,14 @@ void close(Client& client)
     client.set_proxy(nullptr);
     if (proxy != nullptr)
         rpc_port_proxy_qv_client_destroy(proxy);
-    Client* current = &client;
-    current_client.compare_exchange_strong(current, nullptr);
+    destroy(take_tables());
+    {
+        const std::lock_guard lock{locks::clients};
+        if (current_client == &client)
+            current_client = nullptr;
+        connection_state = session::disconnected;
+    }
+    client.retire();
 }
 
 bool begin_connecting(LocalCall& call)
@@ -241,7 +249,10 @@ void create_client_proxy(LocalCall& call, Client& client)
     client.set_proxy(proxy);
 
     // From here on events arrive.
-    current_client = &client;
+    {
+        const std::lock_guard lock{locks::clients};
+        current_client = &client;
+    }
     const int code = connect_error(rpc_port_proxy_qv_client_connect(proxy));
     if (code != QUORVEL_CLIENT_ERROR_NONE)
         call.fail(code, QC_TEXT("rpc_port_proxy_qv_client_connect() is failed, err=[%d]"), code);
@@ -255,7 +266,16 @@ public:
         require(record != nullptr, "no user data");
     }
 
-    bool is_of_current_client() const { return current_client == &client(); }
+    /// Sets the state to connected, unless the handle was disconnected meanwhile. Answers whether it was not.
+    bool begin_connection() const
+    {
+        const std::lock_guard lock{locks::clients};
+        if (current_client != &client())
+            return false;
+        int state = session::connecting;
+        connection_state.compare_exchange_strong(state, session::connected);
+        return true;
+    }
     void tell(int result, int state) const
     {
         const auto pair = client().connection_state.load();
@@ -266,12 +286,14 @@ public:
     /// meanwhile keeps its new ones.
     void end_connection(int result, int state) const
     {
-        session::RequestTables own_tables;
-        if (is_of_current_client()) {
-            own_tables = take_tables();
-            connection_state = session::disconnected;
+        Destruction destruction;
+        {
+            const std::scoped_lock lock{locks::requests, locks::clients};
+            if (current_client == &client()) {
+                destruction.tables = std::exchange(tables, {});
+                connection_state = session::disconnected;
+            }
         }
-        const Destruction destruction{own_tables};
         tell(result, state);
     }
 
@@ -379,11 +401,8 @@ void quorvel_client_rpc_connected_cb(rpc_port_proxy_qv_client_h proxy, void* rec
     if (is_agent_at_least(1, 3, false))
         tell_library_version(event, proxy);
     // Another thread may have disconnected while the agent was asked; a dead handle connects nothing.
-    if (!event.is_of_current_client())
-        return;
-    int state = session::connecting;
-    connection_state.compare_exchange_strong(state, session::connected);
-    event.tell(QUORVEL_CLIENT_ERROR_NONE, QUORVEL_CLIENT_CONNECTION_CONNECTED);
+    if (event.begin_connection())
+        event.tell(QUORVEL_CLIENT_ERROR_NONE, QUORVEL_CLIENT_CONNECTION_CONNECTED);
 }
 
 void quorvel_client_rpc_disconnected_cb(rpc_port_proxy_qv_client_h, void* record)
@@ -423,13 +442,12 @@ int quorvel_client_connect(quorvel_client_h* handle, quorvel_client_connection_s
         create_client_proxy(call, *client);
     }
     if (!call.ok()) {
-        if (client != nullptr) {
-            remove_live(client);
+        if (client != nullptr && remove_live(client)) {
             close(*client);
-            client->retire();
+        } else {
+            destroy(take_tables());
+            connection_state = session::disconnected;
         }
-        destroy(take_tables());
-        connection_state = session::disconnected;
         return call.result();
     }
     *handle = client;
@@ -448,11 +466,7 @@ int quorvel_client_disconnect(quorvel_client_h handle)
     if (!call.ok())
         return call.result();
 
-    Client& client = client_of(handle);
-    close(client);
-    destroy(take_tables());
-    connection_state = session::disconnected;
-    client.retire();
+    close(client_of(handle));
     log_api(DLOG_INFO, call.at(), QC_TEXT("EXIT"));
     return call.result();
 }
