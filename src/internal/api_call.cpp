@@ -14,6 +14,11 @@ ApiCall& ApiCall::agent(int major, int minor)
     return ok() ? check(check_api_precondition(handle_, major, minor, 0)) : *this;
 }
 
+ApiCall& ApiCall::agent_told_once(int major, int minor)
+{
+    return then([=, this] { fail(check_api_precondition(handle_, major, minor, 0)); });
+}
+
 ApiCall& ApiCall::proxied(int missing_code)
 {
     if (ok() && proxy_ == nullptr) {

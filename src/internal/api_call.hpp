@@ -121,6 +121,8 @@ public:
 
     /// The agent is there, at least of this version, and connected.
     ApiCall& agent(int major, int minor);
+    /// The same in the functions that leave it at the line of the check itself.
+    ApiCall& agent_told_once(int major, int minor);
     /// The handle has a proxy. `invoke` looks too, if no step before it did.
     ApiCall& proxied(int missing_code = QUORVEL_CLIENT_ERROR_INVALID_PARAMETER);
     /// The out-value of a text, in the functions that look at it before anything else and clear it.

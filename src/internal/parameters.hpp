@@ -199,6 +199,30 @@ ListOut<Array, Element> list_out(Element** out, int* count)
     return {out, count};
 }
 
+/// Strings from the agent, in the functions that make an array for them beforehand: a lack of memory for one is
+/// told before anything is sent. The answer comes in an array of its own.
+class StringsOut : public ListOut<rpc_port_array_string_h, char*> {
+public:
+    using ListOut::ListOut;
+    ~StringsOut()
+    {
+        if (beforehand_ != nullptr)
+            rpc_port_array_string_destroy(beforehand_);
+    }
+    StringsOut(const StringsOut&) = delete;
+    StringsOut& operator=(const StringsOut&) = delete;
+
+    bool prepare(ApiCall& call)
+    {
+        call.require(rpc_port_array_string_create(&beforehand_) == 0, "rpc_port_array_string_create failed",
+                     QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY);
+        return call.ok();
+    }
+
+private:
+    rpc_port_array_string_h beforehand_ = nullptr;
+};
+
 /// Strings for the agent, as an array.
 class StringsIn {
 public:

@@ -72,6 +72,13 @@ auto text_list_property(const TextListGetter<Handle> (&table)[size], void* recor
     };
 }
 
+/// The step that releases a record.
+template <typename Handle>
+auto released(void* record)
+{
+    return [record] { proxy::destroy_record(proxy::TypeOf<Handle>::type, record); };
+}
+
 /// A bundle, for as long as it is read.
 class BundleCopy {
 public:

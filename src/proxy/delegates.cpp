@@ -370,7 +370,7 @@ Firing::Firing(const Listed& listed, int id, int seq_id, const CallSite& at) : l
         user_data_ = found->user_data;
         once_ = found->once;
     }
-    log_proxy(DLOG_INFO, at, PROXY_TEXT("Invoke id(%d), seq_id(%d)"), id, seq_id);
+    log_proxy(DLOG_WARN, at, PROXY_TEXT("Invoke id(%d), seq_id(%d)"), id, seq_id);
 }
 
 // Also on the way of an exception that an application's callback threw.
@@ -387,7 +387,7 @@ Firing::~Firing()
     }
     if (!lived)
         return;
-    log_proxy(DLOG_INFO, at_, PROXY_TEXT("Dispose"));
+    log_proxy(DLOG_WARN, at_, PROXY_TEXT("Dispose"));
     drop_reference(delegate_.get());
 }
 
