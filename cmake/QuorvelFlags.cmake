@@ -51,15 +51,21 @@ if(QUORVEL_SANITIZE)
     add_link_options(-fsanitize=${QUORVEL_SANITIZE})
 endif()
 
+# What a source is called in the log. A compiler cache may hand the compiler a path that is relative to the
+# build directory, so that is mapped too.
+function(quorvel_name_in_log source name)
+    cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR} OUTPUT_VARIABLE path)
+    cmake_path(RELATIVE_PATH path BASE_DIRECTORY ${CMAKE_BINARY_DIR} OUTPUT_VARIABLE relative_path)
+    set_property(
+        SOURCE ${source}
+        APPEND
+        PROPERTY COMPILE_OPTIONS "-fmacro-prefix-map=${path}=${name}" "-fmacro-prefix-map=${relative_path}=${name}")
+endfunction()
+
 # Log lines name their source by its stem: without directory and extension.
-function(quorvel_log_stem target)
+function(quorvel_log_stem)
     foreach(source IN LISTS ARGN)
         cmake_path(GET source STEM LAST_ONLY stem)
-        cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR} OUTPUT_VARIABLE path)
-        set_property(
-            SOURCE ${source}
-            TARGET_DIRECTORY ${target}
-            APPEND
-            PROPERTY COMPILE_OPTIONS "-fmacro-prefix-map=${path}=${stem}")
+        quorvel_name_in_log(${source} ${stem})
     endforeach()
 endfunction()
