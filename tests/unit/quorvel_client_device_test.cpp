@@ -1,0 +1,67 @@
+// Devices: quorvel_client_device.cpp over the scripted platform.
+#include <quorvel_client_device.h>
+
+#include "api_contract.hpp"
+#include "connected_client.hpp"
+
+namespace scripted {
+namespace {
+
+constexpr auto source = "quorvel_client_device";
+constexpr const char* two_ids[] = {"lamp", "fan"};
+
+void on_result(int, void*) {}
+void on_list(quorvel_client_device_h*, int, void*) {}
+
+[[maybe_unused]] const bool contracts = register_contracts(
+    source,
+    {
+        Contract("quorvel_client_get_device_list", {1, 0},
+                 [](auto client) {
+                     OwnedRecords devices{rpc_port_device_s_destroy};
+                     return quorvel_client_get_device_list(client, devices, devices);
+                 })
+            .asks(12, "get_device_list", {count(0), i32(0)}),
+        Contract::local(
+            "quorvel_client_device_destroy", {1, 0},
+            destroys(rpc_port_device_s_create, rpc_port_device_s_destroy, quorvel_client_device_destroy)),
+        Contract::local("quorvel_client_device_get_string", {1, 0},
+                        with_record(rpc_port_device_s_create, rpc_port_device_s_destroy,
+                                    [](auto device) {
+                                        return quorvel_client_device_get_string(device, 0, OwnedText{});
+                                    })),
+        Contract::local("quorvel_client_device_get_string_array", {1, 0},
+                        with_record(rpc_port_device_s_create, rpc_port_device_s_destroy,
+                                    [](auto device) {
+                                        OwnedTexts types;
+                                        return quorvel_client_device_get_string_array(device, 1, types,
+                                                                                      types);
+                                    })),
+        Contract(
+            "quorvel_client_set_device_list_updated_cb", {1, 0},
+            [](auto client) { return quorvel_client_set_device_list_updated_cb(client, on_list, nullptr); })
+            .asks(9, "set_device_list_cb"),
+        Contract("quorvel_client_unset_device_list_updated_cb", {1, 0},
+                 quorvel_client_unset_device_list_updated_cb)
+            .asks(10, "unset_device_list_cb"),
+        Contract("quorvel_client_move_devices", {1, 4},
+                 [](auto client) {
+                     return quorvel_client_move_devices(client, two_ids, 2, "den", nullptr, on_result,
+                                                        nullptr);
+                 })
+            .asks(58, "move_devices"),
+        // Reported under the name of another method, which is meant so.
+        Contract("quorvel_client_change_device_nick", {1, 4},
+                 [](auto client) {
+                     return quorvel_client_change_device_nick(client, "lamp", "Sun", on_result, nullptr);
+                 })
+            .asks(59, "set_device_profile"),
+        // Reported without "invoke_", which is meant so.
+        Contract("quorvel_client_remove_device", {1, 6},
+                 [](auto client) { return quorvel_client_remove_device(client, "lamp", on_result, nullptr); })
+            .asks(83, "remove_device")
+            .reported_as("rpc_port_proxy_qv_client_remove_device"),
+    });
+
+}  // namespace
+}  // namespace scripted
