@@ -1,6 +1,6 @@
 // The optional reader of strings, in a source of its own, so that a platform can be built without it.
+#include "exports.hpp"
 #include "parcel.hpp"
-#include "rpc-port.h"
 
 int qv_port_parcel_borrow_string(rpc_port_parcel_h h, const char** str, int* length)
 {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "bundle.h"
+#include "exports.hpp"
 
 namespace quorvel::platform {
 

@@ -3,7 +3,7 @@
 
 #include <new>
 
-#include "rpc-port.h"
+#include "exports.hpp"
 
 namespace quorvel::platform {
 

@@ -1,7 +1,7 @@
 // The platform's own log lines.
 #pragma once
 
-#include "dlog.h"
+#include "exports.hpp"
 
 // Says to the compiler what the C header does not: that the arguments follow a format.
 #pragma GCC diagnostic push

@@ -13,9 +13,9 @@
 #include <memory>
 
 #include "descriptor.hpp"
+#include "exports.hpp"
 #include "guard.hpp"
 #include "log.hpp"
-#include "package_info.h"
 #include "places.hpp"
 
 namespace quorvel::platform {

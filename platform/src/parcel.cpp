@@ -9,9 +9,9 @@
 #include <new>
 
 #include "bundle.hpp"
+#include "exports.hpp"
 #include "guard.hpp"
 #include "log.hpp"
-#include "rpc-port.h"
 #include "wire.hpp"
 
 namespace quorvel::platform {

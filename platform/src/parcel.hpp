@@ -3,11 +3,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string_view>
 
-#include "bundle.h"
 #include "chunk.hpp"
+#include "exports.hpp"
 
 namespace quorvel::platform {
 
@@ -70,5 +71,10 @@ private:
     bool is_answer_;
     char within_[kObject - kFields];
 };
+
+struct ParcelDestroyer {
+    void operator()(Parcel* parcel) const noexcept { parcel->destroy(); }
+};
+using OwnedParcel = std::unique_ptr<Parcel, ParcelDestroyer>;
 
 }  // namespace quorvel::platform

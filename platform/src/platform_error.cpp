@@ -1,10 +1,7 @@
 // The last result of a thread, and the text of an error.
-#include "platform_error.h"
+#include "exports.hpp"
 
 #include <cstring>
-
-#include "bundle.h"
-#include "package_info.h"
 
 namespace {
 constinit thread_local int last_result = 0;

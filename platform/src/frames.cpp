@@ -1,0 +1,105 @@
+#include "frames.hpp"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+#include "wire.hpp"
+
+namespace quorvel::platform {
+namespace {
+
+// Below this it pays to begin a new chunk rather than to receive in small pieces.
+constexpr std::size_t kLeastRoom = 4096;
+
+}  // namespace
+
+FrameInput::~FrameInput()
+{
+    while (head_ != nullptr) {
+        Chunk* next = head_->next;
+        explicit_bzero(head_->bytes() + head_->begin, head_->end - head_->begin);
+        head_->release();
+        head_ = next;
+    }
+}
+
+FrameInput::Room FrameInput::room()
+{
+    if (tail_ == nullptr)
+        head_ = tail_ = Chunk::make(kStandardChunk);
+    Chunk& tail = *tail_;
+    if (tail.begin == tail.end && tail.alone())
+        tail.begin = tail.complete = tail.end = 0;
+
+    const std::size_t partial = tail.end - tail.complete;
+    const std::size_t free = tail.capacity() - tail.end;
+    if (partial < kFrameHead) {
+        if (free < kLeastRoom)
+            continue_in(Chunk::make(kStandardChunk));
+    } else {
+        // received() has seen to it that the length can be believed this far.
+        const std::size_t whole =
+            kFrameHead + static_cast<std::size_t>(get<std::int32_t>(tail.bytes() + tail.complete));
+        if (tail.complete + whole > tail.capacity() && (free == 0 || tail.complete != 0))
+            continue_in(Chunk::make(std::min(whole, std::max(kStandardChunk, 2 * partial))));
+    }
+    return {tail_->bytes() + tail_->end, tail_->capacity() - tail_->end};
+}
+
+// The incomplete frame at the end moves to a chunk with more room.
+void FrameInput::continue_in(Chunk* chunk) noexcept
+{
+    Chunk& old = *tail_;
+    const std::size_t partial = old.end - old.complete;
+    char* from = old.bytes() + old.complete;
+    std::memcpy(chunk->bytes(), from, partial);
+    explicit_bzero(from, partial);
+    chunk->end = partial;
+    old.end = old.complete;
+    old.next = chunk;
+    tail_ = chunk;
+    if (head_ == &old && old.begin == old.complete) {
+        head_ = chunk;
+        old.next = nullptr;
+        old.release();
+    }
+}
+
+bool FrameInput::received(std::size_t size) noexcept
+{
+    Chunk& tail = *tail_;
+    tail.end += size;
+    while (tail.end - tail.complete >= kFrameHead) {
+        const std::int32_t announced = get<std::int32_t>(tail.bytes() + tail.complete);
+        if (announced < 0 || static_cast<std::size_t>(announced) > kLongestFrame)
+            return false;
+        const std::size_t whole = kFrameHead + static_cast<std::size_t>(announced);
+        if (tail.end - tail.complete < whole)
+            break;
+        tail.complete += whole;
+        ++frames_;
+        bytes_ += whole;
+    }
+    return true;
+}
+
+bool FrameInput::take(Parcel& parcel, bool is_answer) noexcept
+{
+    if (frames_ == 0)
+        return false;
+    while (head_->begin == head_->complete) {
+        Chunk* next = head_->next;
+        head_->release();
+        head_ = next;
+    }
+    char* frame = head_->bytes() + head_->begin;
+    const auto size = static_cast<std::size_t>(get<std::int32_t>(frame));
+    parcel.adopt(head_, frame + kFrameHead, size, is_answer);
+    head_->begin += kFrameHead + size;
+    --frames_;
+    bytes_ -= kFrameHead + size;
+    return true;
+}
+
+}  // namespace quorvel::platform
