@@ -4,9 +4,13 @@
 
 namespace quorvel {
 
-ApiCall::ApiCall(quorvel_client_h handle, CallSite at) : CallSteps{at}, handle_{handle}
+ApiCall::ApiCall(quorvel_client_h handle, CallSite at) : ApiCall{handle, Entry::logged, at} {}
+
+ApiCall::ApiCall(quorvel_client_h handle, Entry entry, CallSite at)
+    : CallSteps{at}, entry_{entry}, handle_{handle}
 {
-    enter();
+    if (entry_ == Entry::logged)
+        enter();
 }
 
 ApiCall& ApiCall::agent(int major, int minor)
@@ -38,18 +42,18 @@ ApiCall& ApiCall::clears(char** text, const char* message)
 
 int ApiCall::result() const
 {
-    if (ok())
+    if (ok() && entry_ == Entry::logged)
         log_api(DLOG_INFO, at(), QC_TEXT("EXIT"));
     return code();
 }
 
-void ApiCall::report(int answer, const char* method_name)
+void ApiCall::report(int answer, const char* method_name, bool is_mapped)
 {
     answer_ = answer;
     if (answer == 0)
         return;
-    const int mapped = quorvel_client_get_error_code(answer);
-    fail(mapped, QC_TEXT("%s is failed [%d]"), method_name, mapped);
+    const int code = is_mapped ? quorvel_client_get_error_code(answer) : answer;
+    fail(code, QC_TEXT("%s is failed [%d]"), method_name, code);
 }
 
 LocalCall::LocalCall(Entry entry, CallSite at) : CallSteps{at}

@@ -24,10 +24,13 @@ template <typename Routine>
 struct Method {
     Routine* routine;
     const char* name;
+    bool is_mapped = true;
 
     /// Some functions report a failure under another name than that of the method that they invoke; it is
     /// kept so.
-    constexpr Method reported_as(const char* other_name) const { return {routine, other_name}; }
+    constexpr Method reported_as(const char* other_name) const { return {routine, other_name, is_mapped}; }
+    /// Two functions return the agent's code as it came; it is kept so.
+    constexpr Method unmapped() const { return {routine, name, false}; }
 };
 
 template <typename Routine>
@@ -42,6 +45,9 @@ Method(Routine*, const char*) -> Method<Routine>;
 template <typename Self>
 class CallSteps {
 public:
+    /// Whether the log tells of the function's begin and end.
+    enum class Entry { logged, silent };
+
     CallSteps(const CallSteps&) = delete;
     CallSteps& operator=(const CallSteps&) = delete;
 
@@ -118,13 +124,21 @@ private:
 class ApiCall : public CallSteps<ApiCall> {
 public:
     explicit ApiCall(quorvel_client_h handle, CallSite at = CallSite::here());
+    ApiCall(quorvel_client_h handle, Entry entry, CallSite at = CallSite::here());
 
     /// The agent is there, at least of this version, and connected.
     ApiCall& agent(int major, int minor);
     /// The same in the functions that leave it at the line of the check itself.
     ApiCall& agent_told_once(int major, int minor);
     /// The handle has a proxy. `invoke` looks too, if no step before it did.
-    ApiCall& proxied(int missing_code = QUORVEL_CLIENT_ERROR_INVALID_PARAMETER);
+    ApiCall& proxied() { return proxied(missing_proxy_code_); }
+    ApiCall& proxied(int missing_code);
+    /// The code for a handle without a proxy, whenever that is looked at.
+    ApiCall& missing_proxy(int code)
+    {
+        missing_proxy_code_ = code;
+        return *this;
+    }
     /// The out-value of a text, in the functions that look at it before anything else and clear it.
     ApiCall& clears(char** text, const char* message = "invalid result_str");
 
@@ -134,7 +148,7 @@ public:
         proxied();
         // Prepared in their order; after the first that fails the rest is not even begun.
         if (ok() && (... && prepare(parameters)))
-            report(method.routine(proxy_, argument_of(parameters)...), method.name);
+            report(method.routine(proxy_, argument_of(parameters)...), method.name, method.is_mapped);
         (..., settle(parameters));
         return *this;
     }
@@ -172,19 +186,19 @@ private:
             parameter.settle(*this, ok());
     }
 
-    void report(int answer, const char* method_name);
+    void report(int answer, const char* method_name, bool is_mapped);
 
     const CallGuard guard_;
+    const Entry entry_;
     quorvel_client_h handle_;
     rpc_port_proxy_qv_client_h proxy_ = nullptr;
+    int missing_proxy_code_ = QUORVEL_CLIENT_ERROR_INVALID_PARAMETER;
     int answer_ = 0;
 };
 
 /// A call of a function without a handle: an accessor of an object that the application holds.
 class LocalCall : public CallSteps<LocalCall> {
 public:
-    enum class Entry { logged, silent };
-
     explicit LocalCall(Entry entry = Entry::logged, CallSite at = CallSite::here());
 
     /// The agent is there and at least of this version.

@@ -34,14 +34,19 @@ void Client::clear_callbacks()
 
 void Client::keep(void* object, void (*release)(void*))
 {
-    auto* const kept = new (std::nothrow) Kept{object, release, nullptr};
-    if (kept == nullptr) {
+    if (!try_keep(object, release))
         release(object);
-        return;
-    }
+}
+
+bool Client::try_keep(void* object, void (*release)(void*))
+{
+    auto* const kept = new (std::nothrow) Kept{object, release, nullptr};
+    if (kept == nullptr)
+        return false;
     const std::lock_guard lock{locks::clients};
     kept->next = kept_;
     kept_ = kept;
+    return true;
 }
 
 }  // namespace quorvel

@@ -88,6 +88,8 @@ struct Client : ClientFields, Retired {
     /// Keeps what a call deliberately does not release until the client goes. Without memory for that it is
     /// released at once.
     void keep(void* object, void (*release)(void*));
+    /// The same for what must not be released before: answers false, and leaves it alone, without memory.
+    bool try_keep(void* object, void (*release)(void*));
 
     Client* next_live = nullptr;  // guarded by locks::clients
 

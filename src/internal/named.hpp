@@ -33,6 +33,8 @@ void _notification_cb(void* user_data, const char* first, const char* second, co
 /// Takes the strings of one JSON member out of a group's device entries.
 int _parse_device_list(char** device_list, int count, const char* key, char*** values, int* value_count);
 
+void _server_sent_event_cb(void* user_data, int type, long long time, const char* event);
+void _server_sent_event_by_filter_cb(void* pair, int type, long long time, const char* event);
 int _set_sse_cb_by_filter(quorvel_client_h handle, int filter_type, const char* filter,
                           quorvel_core_sse_cb cb, void* user_data);
 int _unset_sse_cb_by_filter(quorvel_client_h handle, int filter_type, const char* filter);

@@ -41,6 +41,7 @@ public:
     TextOut(const TextOut&) = delete;
     TextOut& operator=(const TextOut&) = delete;
 
+    bool is_given() const { return out_ != nullptr; }
     char** argument() { return &text_; }
     void settle(const ApiCall&, bool ok)
     {
@@ -131,6 +132,7 @@ public:
     RecordOut(const RecordOut&) = delete;
     RecordOut& operator=(const RecordOut&) = delete;
 
+    bool is_given() const { return out_ != nullptr; }
     Handle* argument() { return &record_; }
     void settle(const ApiCall&, bool ok)
     {
@@ -170,6 +172,7 @@ public:
     /// Some functions report a list that cannot be opened under another list's name; it is kept so.
     ListOut opened_as(const char* name) && { return {out_, count_, name}; }
 
+    bool is_given() const { return out_ != nullptr && count_ != nullptr; }
     Array* argument() { return &array_; }
     void settle(ApiCall& call, bool ok)
     {
@@ -199,8 +202,8 @@ ListOut<Array, Element> list_out(Element** out, int* count)
     return {out, count};
 }
 
-/// Strings from the agent, in the functions that make an array for them beforehand: a lack of memory for one is
-/// told before anything is sent. The answer comes in an array of its own.
+/// Strings from the agent, in the functions that make an array for them beforehand: a lack of memory for one
+/// is told before anything is sent. The answer comes in an array of its own.
 class StringsOut : public ListOut<rpc_port_array_string_h, char*> {
 public:
     using ListOut::ListOut;
@@ -276,7 +279,7 @@ template <typename Handle, typename Handler>
 class OneAnswer {
 public:
     /// What becomes of delegate and request when the agent refuses.
-    enum class Refused { released, stays };
+    enum class Refused { released, destroyed, stays };
 
     OneAnswer(const DelegateKind<Handle, Handler>& kind, Handler handler, void (*callback)(), void* user_data)
         : kind_{kind}, handler_{handler}, callback_{callback}, user_data_{user_data}
@@ -287,6 +290,12 @@ public:
     OneAnswer created_as(const char* name) &&
     {
         kind_.create_name = name;
+        return std::move(*this);
+    }
+    /// Destroyed rather than disposed of: the same, but for the line that a disposal logs.
+    OneAnswer destroyed_when_refused() &&
+    {
+        refused_ = Refused::destroyed;
         return std::move(*this);
     }
     /// After a refusal a late event still finds the delegate; it goes with the connection.
@@ -325,7 +334,10 @@ public:
         // Where the call itself never left, nothing can answer it.
         if (refused_ == Refused::stays && proxy::is_listed(delegate_))
             return;
-        proxy::retire_delegate(delegate_);
+        if (refused_ == Refused::destroyed)
+            kind_.destroy(argument());
+        else
+            proxy::retire_delegate(delegate_);
     }
 
 private:

@@ -27,16 +27,24 @@ private:
     proxy::DelegateName name_;  // guarded by locks::clients
 };
 
-/// Makes a delegate that calls back with the client's handle, and keeps the client for as long as it may.
+/// Makes a delegate that keeps the client for as long as it may call back with its user data.
 template <typename Handle, typename Handler>
-Handle new_client_delegate(const DelegateKind<Handle, Handler>& kind, Handler handler, Client& client)
+Handle new_client_delegate(const DelegateKind<Handle, Handler>& kind, Handler handler, Client& client,
+                           void* user_data)
 {
-    const Handle delegate = kind.create(handler, false, &client);
+    const Handle delegate = kind.create(handler, false, user_data);
     if (delegate != nullptr) {
         client.hold();
         proxy::keep_for_callback(delegate, &client, Client::drop_kept);
     }
     return delegate;
+}
+
+/// The same for a delegate that calls back with the client's handle.
+template <typename Handle, typename Handler>
+Handle new_client_delegate(const DelegateKind<Handle, Handler>& kind, Handler handler, Client& client)
+{
+    return new_client_delegate(kind, handler, client, &client);
 }
 
 /// Registers a callback: a new delegate takes the place of the slot's old one (the agent is not told of
@@ -45,11 +53,20 @@ template <typename Handle, typename Handler, typename Callback>
 class Registration {
 public:
     using Pair = CallbackPair<Callback> ClientFields::*;
+    /// What becomes of the delegate when the agent refuses.
+    enum class Refused { stays, taken_back };
 
     Registration(Slot& slot, const DelegateKind<Handle, Handler>& kind, Handler handler, Pair pair,
                  Callback callback, void* user_data)
         : slot_{slot}, kind_{kind}, handler_{handler}, pair_{pair}, callback_{callback}, user_data_{user_data}
     {
+    }
+
+    /// A refusal disposes of the delegate and empties the slot; the application's pair stays.
+    Registration taken_back_when_refused() &&
+    {
+        refused_ = Refused::taken_back;
+        return std::move(*this);
     }
 
     bool prepare(ApiCall& call)
@@ -66,8 +83,14 @@ public:
         return true;
     }
     Handle argument() const { return static_cast<Handle>(static_cast<void*>(delegate_.get())); }
-    void settle(const ApiCall&, bool)
+    void settle(const ApiCall&, bool ok)
     {
+        if (delegate_ && !ok && refused_ == Refused::taken_back) {
+            proxy::retire_delegate(delegate_);
+            if (slot_.holds(delegate_.get()))
+                slot_.empty();
+            return;
+        }
         // One that never came into the list is nobody's; one that another thread has replaced meanwhile is in
         // the way.
         if (delegate_ && (!proxy::is_listed(delegate_) || !slot_.holds(delegate_.get())))
@@ -81,6 +104,7 @@ private:
     Pair pair_;
     Callback callback_;
     void* user_data_;
+    Refused refused_ = Refused::stays;
     proxy::DelegateRef delegate_;
 };
 
@@ -91,6 +115,20 @@ Registration<Handle, Handler*, Callback> registration(Slot& slot, const Delegate
                                                       Callback callback, void* user_data)
 {
     return {slot, kind, handler, pair, callback, user_data};
+}
+
+/// The step that registers a callback unless the slot is filled: then the earlier delegate stays, and the
+/// earlier callback with it.
+template <typename Routine, typename Handle, typename Handler, typename Callback>
+auto registered_if_empty(const Method<Routine>& method, Slot& slot,
+                         const DelegateKind<Handle, Handler*>& kind, Handler* handler,
+                         CallbackPair<Callback> ClientFields::*pair, Callback callback)
+{
+    return [=, &slot](ApiCall& call) {
+        if (!slot.is_filled())
+            call.invoke(method,
+                        registration(slot, kind, handler, pair, callback, nullptr).taken_back_when_refused());
+    };
 }
 
 /// The step that takes a registration back, before the agent is told.
@@ -131,6 +169,38 @@ public:
     {
         return ok() ? (client().*pair).load() : CallbackPair<Callback>{};
     }
+    /// Calls the application's callback for this kind of event, if there is one, with its user data.
+    template <typename Callback, typename... Values>
+    void tell(CallbackPair<Callback> ClientFields::*pair, Values... values) const
+    {
+        const auto found = callback(pair);
+        if (found.callback != nullptr)
+            found.callback(values..., found.user_data);
+    }
+    /// The same with other user data, which is the last of the arguments.
+    template <typename Callback, typename... Arguments>
+    void tell_exactly(CallbackPair<Callback> ClientFields::*pair, Arguments... arguments) const
+    {
+        const auto found = callback(pair);
+        if (found.callback != nullptr)
+            found.callback(arguments...);
+    }
+    /// Calls the callback of the request that the delegate calls back with, and frees the request.
+    template <typename Callback, typename... Values>
+    void answer(Values... values)
+    {
+        const AnsweredRequest request{user_data_};
+        if (const auto callback = answered<Callback>(request))
+            callback(values..., request.user_data());
+    }
+    /// The same with other user data than the request's, which is the last of the arguments.
+    template <typename Callback, typename... Arguments>
+    void answer_exactly(Arguments... arguments)
+    {
+        const AnsweredRequest request{user_data_};
+        if (const auto callback = answered<Callback>(request))
+            callback(arguments...);
+    }
     /// The callback of an answered request; NULL, with a line, when there is none.
     template <typename Callback>
     Callback answered(const AnsweredRequest& request)
@@ -143,6 +213,18 @@ public:
 private:
     void* user_data_;
 };
+
+/// A copy of a record for the application's callback; the record itself belongs to the dispatch. NULL, with a
+/// line, when it cannot be made.
+template <typename Handle>
+Handle copy_out(Event& event, Handle record)
+{
+    constexpr const proxy::RecordType& type = proxy::TypeOf<Handle>::type;
+    void* copy = nullptr;
+    if (type.operations.clone(record, &copy) != 0)
+        event.fail(QUORVEL_CLIENT_ERROR_OPERATION_FAILED, QC_TEXT("%s is failed"), type.clone_name);
+    return static_cast<Handle>(copy);
+}
 
 /// Copies of an array's elements for the application's callback; the array itself belongs to the dispatch.
 template <typename Handle, typename Array>
