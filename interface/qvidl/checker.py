@@ -195,7 +195,7 @@ class _Checker:
         if written.is_list and written.name.text in self._types:
             self._wrong(
                 written.name.position,
-                f'there are no lists of "{written.name.text}" but "string[]", declare an array of it instead',
+                f'"{written}" is no type, only "string[]" is a list; declare an array of records instead',
             )
             return None
         near = difflib.get_close_matches(written.name.text, self._types, n=1, cutoff=0.6)
@@ -297,6 +297,12 @@ class _Checker:
         for method in self._found.methods:
             parameters = self._parameters(method.parameters, method.name.text)
             self._directions(method)
+            for parameter in method.parameters:
+                if str(parameter.type) == "int64":
+                    self._wrong(
+                        parameter.name.position,
+                        f'method "{method.name.text}" cannot carry an int64, only a delegate can; use int32 or string',
+                    )
             self._unique(method.users, f' as a caller of "{method.name.text}"')
             returns = INT32
             if method.returns is not None:

@@ -175,8 +175,13 @@ class _Parser:
         return number
 
     def _symbol(self, text: str) -> None:
-        if not self._accept(text):
-            raise self._expected(f'"{text}"', self._next)
+        if self._accept(text):
+            return
+        before = self._tokens[self._at - 1]
+        if before.position != self._next.position:
+            # It was forgotten at the end of the line before.
+            raise fail(before.position, f'expected "{text}" after "{before.text}"')
+        raise self._expected(f'"{text}"', self._next)
 
     def _keyword(self, text: str, advice: str) -> None:
         if not self._accept(text):

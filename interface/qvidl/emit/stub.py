@@ -270,7 +270,7 @@ def _local(parameter: Parameter) -> list[str]:
     """The variable that holds a parameter while its method is served."""
     kind, name = parameter.type.kind, parameter.name
     if parameter.out:
-        plain = {Kind.INT32: f"int {name} = 0", Kind.INT64: f"long long {name} = 0", Kind.BOOL: f"bool {name} = false"}
+        plain = {Kind.INT32: f"int {name} = 0", Kind.BOOL: f"bool {name} = false"}
         if kind is Kind.STRING:
             return [f"    Text {name}{{Text::Wipe::yes}};" if parameter.secret else f"    Text {name};"]
         return [f"    {plain[kind]};" if kind in plain else f"    Out<{parameter.type.name}> {name};"]
@@ -278,10 +278,10 @@ def _local(parameter: Parameter) -> list[str]:
         return [f"    const InText {name} = call.in().{'secret_text' if parameter.secret else 'text'}();"]
     if kind is Kind.DELEGATE:
         return [f"    const auto {name} = call.delegate<{parameter.type.name}>();"]
-    plain = {Kind.INT32: "int", Kind.INT64: "long long", Kind.BOOL: "bool"}
-    readers = {Kind.INT32: "number", Kind.INT64: "long_number", Kind.BOOL: "flag"}
-    if kind in plain:
-        return [f"    const {plain[kind]} {name} = call.in().{readers[kind]}();"]
+    if kind is Kind.INT32:
+        return [f"    const int {name} = call.in().number();"]
+    if kind is Kind.BOOL:
+        return [f"    const bool {name} = call.in().flag();"]
     return [f"    {parameter.type.name} {name};", f"    read(call.in(), {name});"]
 
 
