@@ -114,6 +114,11 @@ struct Delegate {
     std::string dispatch_name() const { return "__qv_client_delegate_" + name; }
 };
 
+std::ostream& operator<<(std::ostream& out, const Delegate& type)
+{
+    return out << type.name;
+}
+
 template <typename Tag>
 Delegate row()
 {

@@ -1,5 +1,4 @@
 #include <cstdlib>
-#include <cstring>
 
 #include "state.hpp"
 
@@ -332,7 +331,7 @@ int rpc_port_parcel_read_string(rpc_port_parcel_h h, char** str)
         parcel->failed = true;
     }
     const std::string* const string = scripted::detail::next_string(*parcel);
-    *str = strdup(string ? string->c_str() : "");
+    *str = scripted::detail::heap_copy(string ? *string : "");
     return string ? RPC_PORT_ERROR_NONE : code.value_or(RPC_PORT_ERROR_IO_ERROR);
 }
 

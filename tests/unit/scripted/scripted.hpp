@@ -102,6 +102,9 @@ public:
         std::vector<Value> values;
     };
 
+    using value_type = Value;
+    using const_iterator = std::vector<Value>::const_iterator;
+
     Values() = default;
     Values(std::initializer_list<Piece> pieces);
 
@@ -111,8 +114,8 @@ public:
     std::size_t size() const { return values_.size(); }
     bool empty() const { return values_.empty(); }
     const Value& operator[](std::size_t index) const { return values_.at(index); }
-    auto begin() const { return values_.begin(); }
-    auto end() const { return values_.end(); }
+    const_iterator begin() const { return values_.begin(); }
+    const_iterator end() const { return values_.end(); }
 
     // Shorthands for programmable agents; a value of another type fails the test with an exception.
     int number(std::size_t index) const { return std::get<Int32>(values_.at(index)).value; }

@@ -1,6 +1,4 @@
 // Package information, last result, error text.
-#include <cstdlib>
-#include <cstring>
 
 #include "state.hpp"
 
@@ -51,7 +49,7 @@ int package_info_get_version(package_info_h info, char** version)
     if (s.version_unreadable || !s.version) {
         return RPC_PORT_ERROR_IO_ERROR;
     }
-    *version = strdup(s.version->c_str());
+    *version = scripted::detail::heap_copy(*s.version);
     return PACKAGE_MANAGER_ERROR_NONE;
 }
 

@@ -1,6 +1,8 @@
 #include "state.hpp"
 
 #include <algorithm>
+#include <cstdio>
+#include <new>
 #include <ostream>
 #include <stdexcept>
 
@@ -21,6 +23,15 @@ const char* name_of(Function function)
 #undef SCRIPTED_NAME
     };
     return names[static_cast<std::size_t>(function)];
+}
+
+char* heap_copy(const std::string& string)
+{
+    char* copy = nullptr;
+    if (asprintf(&copy, "%s", string.c_str()) < 0) {
+        throw std::bad_alloc();
+    }
+    return copy;
 }
 
 std::optional<int> use(Function function)

@@ -201,6 +201,9 @@ using Lock = std::unique_lock<std::mutex>;
 // Counts one use; the code to fail with, if this is one that fails. The mutex is held.
 std::optional<int> use(Function function);
 
+// A copy that the library frees. It is made out of reach of FailingAllocation, which is for the library only.
+char* heap_copy(const std::string& string);
+
 const char* name_of(Function function);
 std::size_t bytes_left(const Parcel& parcel);
 // The next value of a type; null, and the parcel has failed, when there is none.
