@@ -1,36 +1,38 @@
 #pragma once
 
+#include <cstdlib>
+#include <type_traits>
+#include <utility>
+
 #include "internal/registration.hpp"
 
 namespace quorvel {
 
 /// A delegate's one call of a handler: the answer to a command. Where the application wants none it goes
 /// without a line.
-class Answer {
-public:
-    explicit Answer(void* request, CallSite at = CallSite::here()) : event{request, at}, request_{request} {}
+struct Answer {
+    Event event;
+    const AnsweredRequest request;
+
+    explicit Answer(void* request_data, CallSite at = CallSite::here())
+        : event{request_data, at}, request{request_data}
+    {
+    }
 
     /// Tells the application, with its user data at the end.
     template <typename Callback, typename... Values>
     void tell(Values... values) const
     {
-        if (const auto callback = request_.callback<Callback>())
-            callback(values..., request_.user_data());
+        if (const auto callback = request.callback<Callback>())
+            callback(values..., request.user_data());
     }
-
-    Event event;
-
-private:
-    const AnsweredRequest request_;
 };
 
-/// Copies of an array's elements: the application's once they are handed over, else released.
+/// Copies of an array's elements, released unless they are handed over.
 template <typename Array, typename Element>
 class Copies {
-    static constexpr const proxy::ArrayType& type = proxy::TypeOf<Array>::type;
-
 public:
-    /// Without memory there are none, and the event says so.
+    /// Without memory there are none, and the event has failed.
     Copies(Event& event, Array array, int (*getter)(Array, Element**, int*))
     {
         copy_out(event, array, getter, &list_, &count_);
@@ -39,25 +41,26 @@ public:
     Copies(const Copies&) = delete;
     Copies& operator=(const Copies&) = delete;
 
+    int count() const { return count_; }
+    /// The vector; its elements belong to whoever gets it.
+    Element* hand_over() { return std::exchange(list_, nullptr); }
     void release()
     {
-        for (int i = 0; i < count_; ++i) {
-            if constexpr (std::is_same_v<Element, char*>)
-                std::free(list_[i]);
-            else if (list_[i] != nullptr)
-                type.element->operations.destroy(list_[i]);
-        }
+        for (int i = 0; list_ != nullptr && i < count_; ++i)
+            release_element(list_[i]);
         std::free(hand_over());
-    }
-    int count() const { return count_; }
-    /// The vector; from here on its elements belong to whoever gets it.
-    Element* hand_over()
-    {
         count_ = 0;
-        return std::exchange(list_, nullptr);
     }
 
 private:
+    static void release_element(Element element)
+    {
+        if constexpr (std::is_same_v<Element, char*>)
+            std::free(element);
+        else if (element != nullptr)
+            proxy::destroy_record(proxy::TypeOf<Element>::type, element);
+    }
+
     Element* list_ = nullptr;
     int count_ = 0;
 };

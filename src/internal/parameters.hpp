@@ -157,6 +157,8 @@ class ListOut {
     static constexpr const proxy::ArrayType& type = proxy::TypeOf<Array>::type;
 
 public:
+    static constexpr bool is_counted = true;  ///< in an answer a number stands behind it
+
     ListOut(Element** out, int* count, const char* opener = type.getter_name)
         : out_{out}, count_{count}, opener_{opener}
     {

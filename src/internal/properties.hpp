@@ -16,6 +16,8 @@ namespace quorvel {
 template <typename Handle>
 using TextGetter = int (*)(Handle record, char** value);
 template <typename Handle>
+using NumberGetter = int (*)(Handle record, int* value);
+template <typename Handle>
 using TextListGetter = int (*)(Handle record, char*** values, int* count);
 
 /// The entry of a property; fails the call with the family's message when the table has none.
@@ -54,7 +56,20 @@ auto text_property(const TextGetter<Handle> (&table)[size], void* record, int id
     };
 }
 
-/// The step that reads a list of texts; an empty one reads as NULL and 0.
+/// The step that reads a number.
+template <typename Handle, std::size_t size>
+auto number_property(const NumberGetter<Handle> (&table)[size], void* record, int id, int* value)
+{
+    return [&table, record, id, value](LocalCall& call) {
+        const auto getter =
+            property_entry<NumberGetter<Handle>>(call, table, id, QC_TEXT("invalid property id [%d]"));
+        if (getter != nullptr)
+            getter(static_cast<Handle>(record), value);
+    };
+}
+
+/// The step that reads a list of texts; an empty one reads as NULL and 0. A getter that takes one apart may
+/// lack the memory.
 template <typename Handle, std::size_t size>
 auto text_list_property(const TextListGetter<Handle> (&table)[size], void* record, int id, char*** values,
                         int* count)
@@ -66,7 +81,10 @@ auto text_list_property(const TextListGetter<Handle> (&table)[size], void* recor
             return;
         char** copies = nullptr;
         int size_read = 0;
-        getter(static_cast<Handle>(record), &copies, &size_read);
+        if (getter(static_cast<Handle>(record), &copies, &size_read) == QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY) {
+            call.fail(QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY);
+            return;
+        }
         *values = copies;
         *count = size_read;
     };
@@ -116,6 +134,20 @@ struct PropertyMessages {
     const char* absent;
 };
 
+/// Hands out a copy of a property's text, NULL for an empty one; fails the call when there is no text.
+inline void hand_out_text(LocalCall& call, const char* text, int id, char** value, const char* absent)
+{
+    if (text == nullptr) {
+        call.fail(QUORVEL_CLIENT_ERROR_OPERATION_FAILED, absent, id);
+        return;
+    }
+    char* const duplicate = is_set(text) ? strdup(text) : nullptr;
+    if (is_set(text) && duplicate == nullptr)
+        call.fail(QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY);
+    else
+        *value = duplicate;
+}
+
 /// The step that reads a text from a record's bundle; an empty one reads as NULL.
 template <typename Handle, std::size_t size>
 auto bundle_text_property(const char* const (&keys)[size], int (*getter)(Handle, bundle**), void* record,
@@ -126,16 +158,7 @@ auto bundle_text_property(const char* const (&keys)[size], int (*getter)(Handle,
         const auto key = property_entry<const char*>(call, keys, id, messages.invalid_id);
         if (key == nullptr)
             return;
-        const char* const text = copy.text(key);
-        if (text == nullptr) {
-            call.fail(QUORVEL_CLIENT_ERROR_OPERATION_FAILED, messages.absent, id);
-            return;
-        }
-        char* const duplicate = is_set(text) ? strdup(text) : nullptr;
-        if (is_set(text) && duplicate == nullptr)
-            call.fail(QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY);
-        else
-            *value = duplicate;
+        hand_out_text(call, copy.text(key), id, value, messages.absent);
     };
 }
 
