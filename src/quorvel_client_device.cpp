@@ -35,7 +35,7 @@ int quorvel_client_device_destroy(quorvel_client_device_h device)
     return LocalCall{}
         .agent(1, 0)
         .require(device != nullptr)
-        .then([=] { rpc_port_device_s_destroy(static_cast<rpc_port_device_s_h>(device)); })
+        .then(released<rpc_port_device_s_h>(device))
         .result();
 }
 
