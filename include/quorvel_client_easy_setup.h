@@ -302,6 +302,8 @@ typedef void (*quorvel_client_easy_setup_enrollee_owned_cb)(bool owned, void* us
 /**
  * @brief Hears what the enrollee tells of itself.
  *
+ * When memory does not suffice for what came, this is not called.
+ *
  * @param[in] info      The information, handed over: release it with
  *                      quorvel_client_provisioning_info_destroy().
  * @param[in] user_data As given at the last start.
@@ -1069,6 +1071,8 @@ QUORVEL_API int quorvel_client_easy_setup_cloud_provisioning(
  *
  * @attention The callback does not get @p user_data: it always gets NULL.
  *
+ * @attention When memory does not suffice for the configuration that came, @p cb is not called.
+ *
  * @attention In the log its failure goes by the name of cloud provisioning.
  *
  * @param[in] handle    A connected client.
@@ -1177,7 +1181,7 @@ QUORVEL_API int quorvel_client_easy_setup_device_conf_get_string(quorvel_client_
  *
  * @param[in]  conf        The record to read.
  * @param[in]  property_id #QUORVEL_CLIENT_EASY_SETUP_DEVICE_CONF_PROP_WIFI_MODES; no other.
- * @param[out] list        The integers, to be released with free().
+ * @param[out] list        The integers, to be released with free(); NULL when there are none.
  * @param[out] count       How many there are.
  *
  * @retval QUORVEL_CLIENT_ERROR_NONE              The list is handed out.
