@@ -134,7 +134,7 @@ int quorvel_client_get_device_detail(quorvel_client_h handle, const char* device
     return ApiCall{handle}
         .agent(1, 0)
         .require(is_set(device_id) && detail != nullptr)
-        .invoke(METHOD(get_device_detail), device_id, record_out<Detail>(detail))
+        .invoke(METHOD(get_device_detail), device_id, record_copy_out<Detail>(detail))
         .result();
 }
 

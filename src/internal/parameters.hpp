@@ -151,6 +151,42 @@ RecordOut<Handle> record_out(void** out)
     return RecordOut<Handle>{out};
 }
 
+/// A copy of the record that came.
+template <typename Handle>
+class RecordCopyOut {
+    static constexpr const proxy::RecordType& type = proxy::TypeOf<Handle>::type;
+
+public:
+    explicit RecordCopyOut(void** out) : out_{out} {}
+    ~RecordCopyOut()
+    {
+        if (record_ != nullptr)
+            proxy::destroy_record(type, record_);
+    }
+    RecordCopyOut(const RecordCopyOut&) = delete;
+    RecordCopyOut& operator=(const RecordCopyOut&) = delete;
+
+    Handle* argument() { return &record_; }
+    void settle(ApiCall& call, bool ok)
+    {
+        void* copy = nullptr;
+        if (ok && type.operations.clone(record_, &copy) != 0)
+            call.fail(QUORVEL_CLIENT_ERROR_OPERATION_FAILED, QC_TEXT("%s is failed"), type.clone_name);
+        if (copy != nullptr)
+            *out_ = copy;
+    }
+
+private:
+    void** out_;
+    Handle record_ = nullptr;
+};
+
+template <typename Handle>
+RecordCopyOut<Handle> record_copy_out(void** out)
+{
+    return RecordCopyOut<Handle>{out};
+}
+
 /// The elements of an array in a vector of the caller's: records, or strings. An empty list is NULL and 0.
 template <typename Array, typename Element>
 class ListOut {
