@@ -612,11 +612,12 @@ int get_text(const RecordType&, const void* record, const Field& field, char** v
         log_proxy(DLOG_ERROR, at, PROXY_TEXT("Invalid parameter: h->%s is NULL"), field.name);
         return -1;
     }
-    *value = duplicate(text_of(record, field));
-    if (*value == nullptr) {
+    char* const copy = duplicate(text_of(record, field));
+    if (copy == nullptr) {
         log_proxy(DLOG_ERROR, at, PROXY_TEXT("Failed to duplicate %s"), field.name);
         return -1;
     }
+    *value = copy;
     return 0;
 }
 
@@ -659,11 +660,12 @@ int get_bundle(const RecordType&, const void* record, const Field& field, bundle
         log_proxy(DLOG_ERROR, at, PROXY_TEXT("Invalid parameter: h->%s is NULL"), field.name);
         return -1;
     }
-    *value = bundle_dup(original);
-    if (*value == nullptr) {
+    bundle* const copy = bundle_dup(original);
+    if (copy == nullptr) {
         log_proxy(DLOG_ERROR, at, PROXY_TEXT("Failed to duplicate %s"), field.name);
         return -1;
     }
+    *value = copy;
     return 0;
 }
 
