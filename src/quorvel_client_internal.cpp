@@ -1,5 +1,8 @@
 #include <quorvel_client_internal.h>
+#include <quorvel_core_device.h>
+#include <quorvel_core_location.h>
 
+#include "internal/core_call.hpp"
 #include "internal/parameters.hpp"
 
 using namespace quorvel;
@@ -44,4 +47,25 @@ int quorvel_client_internal_set_suspend_mode(quorvel_client_h handle, bool suspe
         .agent(1, 2)
         .invoke(set_configuration, suspend_mode_type, static_cast<int>(suspend))
         .result();
+}
+
+// Three functions of the core family, which belong to devices and locations.
+
+int quorvel_core_migrate_local_mqtt_device(quorvel_client_h handle, const char* device_id, const char* hub_id,
+                                           char** result)
+{
+    return ask(ApiCall{handle}.agent(2, 4), METHOD(core_migrate_local_mqtt_device), text_out(result),
+               device_id, hub_id);
+}
+
+int quorvel_core_get_location_users(quorvel_client_h handle, const char* location_id, char** json_str)
+{
+    return ask(command(ApiCall{handle}, json_str, "invalid json_str"), METHOD(core_get_location_users),
+               text_out(json_str), location_id);
+}
+
+int quorvel_core_get_all_location_users(quorvel_client_h handle, char** json_str)
+{
+    return ask(command(ApiCall{handle}, json_str, "invalid json_str"), METHOD(core_get_all_location_users),
+               text_out(json_str));
 }

@@ -195,8 +195,8 @@ class ListOut {
 public:
     static constexpr bool is_counted = true;  ///< in an answer a number stands behind it
 
-    ListOut(Element** out, int* count, const char* opener = type.getter_name)
-        : out_{out}, count_{count}, opener_{opener}
+    ListOut(Element** out, int* count, const char* opener = type.getter_name, bool shows_code = false)
+        : out_{out}, count_{count}, opener_{opener}, shows_code_{shows_code}
     {
     }
     ~ListOut()
@@ -208,7 +208,9 @@ public:
     ListOut& operator=(const ListOut&) = delete;
 
     /// Some functions report a list that cannot be opened under another list's name; it is kept so.
-    ListOut opened_as(const char* name) && { return {out_, count_, name}; }
+    ListOut opened_as(const char* name) && { return {out_, count_, name, shows_code_}; }
+    /// One function shows the code of a list that cannot be opened too; it is kept so.
+    ListOut opened_with_code() && { return {out_, count_, opener_, true}; }
 
     bool is_given() const { return out_ != nullptr && count_ != nullptr; }
     Array* argument() { return &array_; }
@@ -217,7 +219,9 @@ public:
         if (!ok)
             return;
         if (array_ == nullptr) {
-            call.fail(QUORVEL_CLIENT_ERROR_OPERATION_FAILED, QC_TEXT("%s is failed"), opener_);
+            constexpr int code = QUORVEL_CLIENT_ERROR_OPERATION_FAILED;
+            call.fail(code, shows_code_ ? QC_TEXT("%s is failed [%d]") : QC_TEXT("%s is failed"), opener_,
+                      code);
             return;
         }
         void** elements = nullptr;
@@ -231,6 +235,7 @@ private:
     Element** out_;
     int* count_;
     const char* opener_;
+    bool shows_code_;
     Array array_ = nullptr;
 };
 
