@@ -25,7 +25,16 @@ from .model import (
     Record,
     Type,
 )
-from .syntax import DelegateSyntax, Description, MethodSyntax, Name, ParameterSyntax, TypeName
+from .syntax import (
+    ArraySyntax,
+    DelegateSyntax,
+    Description,
+    MethodSyntax,
+    Name,
+    ParameterSyntax,
+    RecordSyntax,
+    TypeName,
+)
 
 FIRST_METHOD = 2  # 0 and 1 open the agent's own parcels: a result, a callback
 FIRST_DELEGATE = 1
@@ -113,8 +122,9 @@ class _Checker:
             self._wrong(
                 found.interface.position, f'interface "{found.interface.text}" has no methods, declare one'
             )
-        types = [*found.records, *found.arrays, *found.delegates]
-        for declaration in [*types, *found.methods]:
+        types: list[RecordSyntax | ArraySyntax | DelegateSyntax] = [*found.records, *found.arrays, *found.delegates]
+        declarations: list[RecordSyntax | ArraySyntax | DelegateSyntax | MethodSyntax] = [*types, *found.methods]
+        for declaration in declarations:
             self._plain(declaration.name)
             if not declaration.doc:
                 self._wrong(

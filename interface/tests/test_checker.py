@@ -64,6 +64,30 @@ class Checker(unittest.TestCase):
     def test_the_description_of_the_product_is_good(self) -> None:
         qv_client = read_interface(HERE.parent / "qv_client.idl")
         self.assertEqual(qv_client.name, "qv_client")
+        self.assertEqual((len(qv_client.records), len(qv_client.arrays)), (22, 16))
+        self.assertEqual([delegate.number for delegate in qv_client.delegates], list(range(1, 39)))
+        self.assertEqual([method.number for method in qv_client.methods], list(range(2, 183)))
+
+    def test_callers_that_the_product_names_are_public_functions(self) -> None:
+        public = {
+            line.split()[0]
+            for line in (HERE.parent / "public_functions.txt").read_text(encoding="utf-8").splitlines()
+            if line and not line.startswith("#")
+        }
+        internal = {"quorvel_client_rpc_connected_cb", "_set_sse_cb_by_filter", "_unset_sse_cb_by_filter"}
+        named = {
+            user for method in read_interface(HERE.parent / "qv_client.idl").methods for user in method.users
+        }
+        self.assertEqual(named - public, internal)
+
+    def test_tokens_pins_and_passwords_of_the_product_are_secret(self) -> None:
+        qv_client = read_interface(HERE.parent / "qv_client.idl")
+        self.assertEqual(
+            {method.number for method in qv_client.methods if any(one.secret for one in method.parameters)},
+            {5, 65, 66, 81, 93},
+        )
+        self.assertEqual({delegate.number for delegate in qv_client.delegates if delegate.secret}, {15, 20, 24})
+        self.assertEqual({method.number for method in qv_client.methods if method.secret}, {5, 37, 46, 62, 65, 66, 81, 93})
 
 
 class BadDescriptions(unittest.TestCase):

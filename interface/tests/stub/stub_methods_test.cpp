@@ -109,5 +109,131 @@ TEST_F(EveryMethod, DropsAClientThatCutsItsRequestShortAnywhere)
     EXPECT_EQ(server->client_count(), 0U);
 }
 
+// Values as `value` makes them.
+
+template <typename Value>
+Value sample()
+{
+    Value one;
+    one.bundle_data.add("key", "value");
+    return one;
+}
+
+template <>
+device_s sample()
+{
+    return {"words", {"one", ""}};
+}
+
+template <>
+group_s sample()
+{
+    return {"words", "words", "words", "words", "words", "words", "words", {"one", ""}, {"one", ""}};
+}
+
+template <>
+device_detail_s sample()
+{
+    return {42,      "words", "words", "words",     "words",     "words",     "words", "words",
+            "words", "words", "words", {"one", ""}, {"one", ""}, {"one", ""}, "words"};
+}
+
+template <>
+scene_s sample()
+{
+    return {"words", "words"};
+}
+
+template <>
+transfer_data_s sample()
+{
+    transfer_data_s one{"words", {}, 42};
+    one.file_data.add("key", "value");
+    return one;
+}
+
+template <>
+std::string sample()
+{
+    return "words";
+}
+
+template <typename Element>
+std::vector<Element> two()
+{
+    return {sample<Element>(), sample<Element>()};
+}
+
+class EveryDelegate : public EveryMethod {
+protected:
+    void SetUp() override
+    {
+        EveryMethod::SetUp();
+        app.connect();
+    }
+
+    template <typename Kind>
+    Delegate<Kind> of()
+    {
+        Delegate<Kind> made{3, catalogue::qv_client.delegate(Kind::id)->is_once, {}};
+        server->for_each_client([&made](Client& client) { made.client = client.weak_from_this(); });
+        return made;
+    }
+
+    scripted::Client app{"app"};
+};
+
+TEST_F(EveryDelegate, IsFiredWithItsNumbersAndItsParametersInTheirOrder)
+{
+    EXPECT_TRUE(fire(of<sign_in_state_cb>(), "words"));
+    EXPECT_TRUE(fire(of<device_cb>(), sample<device_s>()));
+    EXPECT_TRUE(fire(of<device_list_cb>(), two<device_s>(), 42));
+    EXPECT_TRUE(fire(of<device_detail_cb>(), sample<device_detail_s>()));
+    EXPECT_TRUE(fire(of<device_detail_list_cb>(), two<device_detail_s>(), 42));
+    EXPECT_TRUE(fire(of<group_cb>(), sample<group_s>()));
+    EXPECT_TRUE(fire(of<group_list_cb>(), "words", "words", two<group_s>(), 42));
+    EXPECT_TRUE(fire(of<scene_list_cb>(), "words", two<scene_s>(), 42));
+    EXPECT_TRUE(fire(of<scene_cb>(), "words", "words", "words", "words", 42));
+    EXPECT_TRUE(fire(of<subscribe_cb>(), "words", "words", "words", "words", "words", "words"));
+    EXPECT_TRUE(fire(of<start_monitoring_network_state_cb>(), "words", "words", "words", "words"));
+    EXPECT_TRUE(fire(of<remote_representation_cb>(), "words", "words", "words", "words", "words", 42));
+    EXPECT_TRUE(fire(of<remote_attributes_cb>(), "words", "words", "words", "words", "words", 42));
+    EXPECT_TRUE(fire(of<activate_vxr_migration_cb>(), "words"));
+    EXPECT_TRUE(fire(of<get_vxr_device_token_cb>(), "words", 42));
+    EXPECT_TRUE(fire(of<set_third_party_notification_cb>(), "words"));
+    EXPECT_TRUE(fire(of<ui_metadata_cb>(), "words", "words"));
+    EXPECT_TRUE(fire(of<notification_cb>(), "words", "words", "words"));
+    EXPECT_TRUE(fire(of<file_transfer_data_cb>(), two<transfer_data_s>(), 42, "words", 42));
+    EXPECT_TRUE(fire(of<get_vxr_device_peer_token_cb>(), "words", "words", true, 42));
+    EXPECT_TRUE(fire(of<get_accessory_list_cb>(), "words", 42));
+    EXPECT_TRUE(fire(of<device_result_cb>(), 42));
+    EXPECT_TRUE(fire(of<easy_setup_otm_support_feature_cb>(), 42));
+    EXPECT_TRUE(fire(of<easy_setup_random_pin_cb>(), "words", 42));
+    EXPECT_TRUE(fire(of<easy_setup_result_cb>(), 42));
+    EXPECT_TRUE(fire(of<easy_setup_state_cb>(), 42, 42));
+    EXPECT_TRUE(fire(of<access_point_list_cb>(), two<access_point_s>(), 42));
+    EXPECT_TRUE(fire(of<ocf_result_cb>(), 42));
+    EXPECT_TRUE(fire(of<easy_setup_device_conf_cb>(), sample<device_conf_s>()));
+    EXPECT_TRUE(fire(of<monitor_enrollee_sign_in_cb>(), true));
+    EXPECT_TRUE(fire(of<easy_setup_enrollee_state_cb>(), 42, 42));
+    EXPECT_TRUE(fire(of<easy_setup_enrollee_owned_cb>(), true));
+    EXPECT_TRUE(fire(of<easy_setup_init_cb>(), 42));
+    EXPECT_TRUE(fire(of<group_result_cb>(), "words", "words", 42));
+    EXPECT_TRUE(fire(of<third_party_notification_status_cb>(), 42, true, two<std::string>(), 42));
+    EXPECT_TRUE(fire(of<third_party_notification_status_updated_cb>()));
+    EXPECT_TRUE(fire(of<server_sent_event_cb>(), 42, 42, "words"));
+    EXPECT_TRUE(fire(of<easy_setup_prov_info_cb>(), sample<easy_setup_prov_info_s>()));
+
+    const auto sent = app.callbacks();
+    ASSERT_EQ(sent.size(), 38U);
+    for (std::size_t i = 0; i < sent.size(); ++i) {
+        const catalogue::Delegate& delegate = catalogue::qv_client.delegates[i];
+        Values parameters;
+        for (const catalogue::Parameter& parameter : delegate.parameters)
+            parameters.add(value(parameter.type, false));
+        EXPECT_EQ(sent[i], scripted::callback(delegate.id, 3, delegate.is_once, parameters)) << delegate.name;
+    }
+}
+
 }  // namespace
 }  // namespace quorvel::stub

@@ -569,6 +569,18 @@ TEST_F(StubFaults, HoldsALateAnswerBackUntilBothAreThrough)
     EXPECT_THAT(app.answers(), SizeIs(2));
 }
 
+TEST_F(StubFaults, SpoilsALateAnswerLikeAnyOther)
+{
+    meddler.on_request = [](Plan& plan) {
+        plan.copies = 2;
+        plan.damage.keep = 1;
+    };
+    home.is_postponed = true;
+    find();
+    home.found->answer(0, home.kept);
+    EXPECT_THAT(app.answers(), ElementsAre(Values{i32(0)}, Values{i32(0)}));
+}
+
 TEST_F(StubFaults, AHeldAnswerOfAClientThatWentIsForgotten)
 {
     Later later;
