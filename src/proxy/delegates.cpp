@@ -295,9 +295,9 @@ bool is_listed(const DelegateRef& delegate)
     return delegate->listing.proxy != nullptr;
 }
 
-bool retire_delegate(const DelegateRef& delegate, CallSite at)
+bool retire_delegate(const DelegateRef& delegate)
 {
-    at.function = delegate->type->dispose_name;
+    const CallSite at = CallSite::named(delegate->type->dispose_name);
     bool was_listed = false;
     bool fired = false;
     bool lived = false;

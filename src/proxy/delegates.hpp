@@ -163,7 +163,7 @@ bool dispose_named(Proxy& proxy, const DelegateName& name);
 /// What a failed command or a replaced registration does with a delegate that it holds: takes it out of its
 /// list, if it is in one, and ends its life. Answers whether no call of it was picked before: then none will
 /// be.
-bool retire_delegate(const DelegateRef& delegate, CallSite at = CallSite::here());
+bool retire_delegate(const DelegateRef& delegate);
 
 bool is_listed(const DelegateRef& delegate);
 

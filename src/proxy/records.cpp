@@ -808,9 +808,9 @@ int get_array_elements(const ArrayType& type, const void* array, void*** element
     return copy_elements(type, array, elements, count, at);
 }
 
-void take_elements(const ArrayType& type, void* object, void*** elements, int* count, CallSite at)
+void take_elements(const ArrayType& type, void* object, void*** elements, int* count)
 {
-    at.function = type.getter_name;
+    const CallSite at = CallSite::named(type.getter_name);
     auto& array = *static_cast<Array*>(object);
     if (array.count == 0) {
         report_empty(type.elements_name, at);

@@ -171,7 +171,6 @@ int get_elements(const ArrayType& type, const void* array, Element** elements, i
 /// Moves the elements out of an array that nobody else holds, instead of copying them and destroying the
 /// originals. What can be seen is the same: the vector, and a line for every empty list that a copy would
 /// have reported.
-void take_elements(const ArrayType& type, void* array, void*** elements, int* count,
-                   CallSite at = CallSite::here());
+void take_elements(const ArrayType& type, void* array, void*** elements, int* count);
 
 }  // namespace quorvel::proxy
