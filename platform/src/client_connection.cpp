@@ -288,19 +288,22 @@ void ClientConnection::join(Reached main, Reached callback)
     Introduction introduction{PortKind::main, {}, own_app_id()};
     const OwnedParcel on_main{Parcel::make()};
     const OwnedParcel on_callback{Parcel::make()};
-    const bool random = fill_random(introduction.token);
-    write_introduction(*on_main, introduction);
-    introduction.port = PortKind::callback;
-    write_introduction(*on_callback, introduction);
     timeval plain{};
     plain.tv_usec = std::chrono::microseconds{kPlainWait}.count();
-    if (!random || !send_at_once(main.socket.get(), on_main->frame())
-        || !send_at_once(callback.socket.get(), on_callback->frame())
+    if (!fill_random(introduction.token)
         || setsockopt(main.socket.get(), SOL_SOCKET, SO_RCVTIMEO, &plain, sizeof plain) != 0) {
         retry_soon();
         return;
     }
+    write_introduction(*on_main, introduction);
+    introduction.port = PortKind::callback;
+    write_introduction(*on_callback, introduction);
     agent_uid_ = main.peer.uid;
+    if (!send_at_once(main.socket.get(), on_main->frame())
+        || !send_at_once(callback.socket.get(), on_callback->frame())) {
+        settle(step_after_silence());
+        return;
+    }
     const std::lock_guard lock{making_};
     if (source_ == nullptr)
         return;
@@ -314,6 +317,13 @@ void ClientConnection::join(Reached main, Reached callback)
             + std::chrono::ceil<std::chrono::microseconds>(connect_deadline_ - Clock::now()).count());
 }
 
+// What a socket that was closed without a word means. An agent of the same user has no cause to turn a client
+// away like that: it went away. One of root's does so with strangers.
+ClientConnection::Step ClientConnection::step_after_silence() const noexcept
+{
+    return agent_uid_ == geteuid() ? Step::tell_disconnected : Step::tell_rejected;
+}
+
 void ClientConnection::await_welcome()
 {
     const FrameInput::Room room = answers_.room();
@@ -321,9 +331,7 @@ void ClientConnection::await_welcome()
     if (count < 0 && (errno == EAGAIN || errno == EINTR))
         return;
     if (count <= 0) {
-        // An agent of the same user has no cause to turn a client away in silence: it went away. One of
-        // root's does so with strangers.
-        settle(agent_uid_ == geteuid() ? Step::tell_disconnected : Step::tell_rejected);
+        settle(step_after_silence());
         return;
     }
     const bool in_order = answers_.received(static_cast<std::size_t>(count));
@@ -338,6 +346,7 @@ void ClientConnection::await_welcome()
         return;
     }
     Capture::opened(mark_, app_id_ + " " + port_name_);
+    captured_.store(true, std::memory_order_relaxed);
     settle(Step::tell_connected);
     State expected = State::connecting;
     if (state_.compare_exchange_strong(expected, State::open, std::memory_order_acq_rel)) {
@@ -412,7 +421,6 @@ void ClientConnection::finish(const Ref<ClientConnection>& self) noexcept
     set_step(Step::over);
     State expected = State::connecting;
     state_.compare_exchange_strong(expected, State::closed, std::memory_order_acq_rel);
-    Capture::closed(mark_);
     shut_down();
     Handles::retire(self);
     proxy_->forget(self);
@@ -672,6 +680,8 @@ void ClientConnection::missed_deadline() noexcept
 
 void ClientConnection::shut_down() noexcept
 {
+    if (captured_.exchange(false, std::memory_order_relaxed))
+        Capture::closed(mark_);
     const std::lock_guard lock{making_};
     for (const Descriptor* socket : {&main_, &callback_}) {
         if (*socket)

@@ -76,6 +76,7 @@ private:
     void start();
     void join(Reached main, Reached callback);
     void await_welcome();
+    Step step_after_silence() const noexcept;
     void retry_soon() noexcept;
     void settle(Step step) noexcept;
     bool run(const Ref<ClientConnection>& self);
@@ -107,6 +108,7 @@ private:
     const Timing timing_;
     const Deadline connect_deadline_;
     const CaptureMark mark_;
+    std::atomic<bool> captured_{false};  // the beginning was told, so the end will be
     void* main_port_ = nullptr;
     void* callback_port_ = nullptr;
     std::atomic<State> state_{State::connecting};

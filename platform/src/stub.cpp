@@ -175,7 +175,7 @@ void Stub::accept_all()
                        std::strerror(errno));
                 pause_accepting(true);
             }
-            return;
+            break;
         }
         const std::optional<Peer> peer = peer_of(fd.get());
         if (!peer || !is_trusted(*peer, "a client's socket"))

@@ -1,0 +1,14 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "support.hpp"
+
+// The program runs its tests, or one of the parts that a test needs in a process of its own.
+int main(int argc, char** argv)
+{
+    if (argc == 3 && std::strcmp(argv[1], "--role") == 0)
+        return quorvel::platform::test::run_named_role(argv[2]);
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
