@@ -68,7 +68,10 @@ void Home::set_caching(std::int64_t milliseconds)
     });
 }
 
-bool Home::caching() const { return clock_.now() < caching_since_ + c_.account.caching; }
+bool Home::caching() const
+{
+    return clock_.now() < caching_since_ + c_.account.caching;
+}
 
 double Home::gathered() const
 {
@@ -87,8 +90,8 @@ void Home::refresh_devices()
 std::string Home::token(std::string_view purpose) const
 {
     // Stable until it is renewed, different for each purpose, and plainly not a real one.
-    const std::string seed = fmt::format("{}/{}/{}/{}", purpose, c_.account.user, c_.account.device,
-                                         c_.account.token_generation);
+    const std::string seed =
+        fmt::format("{}/{}/{}/{}", purpose, c_.account.user, c_.account.device, c_.account.token_generation);
     const std::size_t first = std::hash<std::string>{}(seed);
     const std::size_t second = std::hash<std::string>{}(seed + "+");
     return fmt::format("sim-{:016x}{:016x}", first, second);
@@ -164,6 +167,16 @@ void Home::set_last_setup_error(const std::string& text)
 {
     c_.account.last_setup_error = text;
     touch(Kind::agent, "agent");
+}
+
+Status Home::announce_upload(const std::string& content, const std::string& type)
+{
+    constexpr std::size_t most_uploads = 10'000;
+    if (c_.account.uploads.size() >= most_uploads && !c_.account.uploads.contains(content))
+        return Status::no_space;
+    c_.account.uploads[content] = type;
+    touch(Kind::agent, "agent");
+    return Status::ok;
 }
 
 }  // namespace quorvel::home

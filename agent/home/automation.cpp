@@ -5,7 +5,8 @@
 //   rule    {name, when: condition, for?: time, then: [action], else?: [action]}
 //   action  {device, set: {attribute: value}}
 //         | {device, component?, capability, command, arguments?}
-//         | {scene} | {notify: text, title?} | {place: id}          (a scene of the same home; a notification)
+//         | {scene} | {notify: text, title?} | {place: id}          (a scene of the same home; a
+//         notification)
 //   condition  {device, attribute, is | not | above | below: value}
 //            | {all: [condition]} | {any: [condition]} | {every: time} | {at: "18:30"} | {scene: id}
 #include <fmt/format.h>
@@ -54,7 +55,10 @@ std::optional<std::int64_t> time_of_day(const Json& value)
     return (hours * 60 + minutes) * 60'000LL;
 }
 
-std::string text_of(const Json& value) { return value.is_string() ? value.get<std::string>() : to_text(value); }
+std::string text_of(const Json& value)
+{
+    return value.is_string() ? value.get<std::string>() : to_text(value);
+}
 
 }  // namespace
 
@@ -642,8 +646,8 @@ void Home::look_at_conditions(const event::AttributeChanged& change)
     }
     for (const auto& condition : met) {
         record("activity", "Application launched",
-               fmt::format("{} because {} of {} is {}", condition.app, condition.property, device->shown_name(),
-                           condition.value),
+               fmt::format("{} because {} of {} is {}", condition.app, condition.property,
+                           device->shown_name(), condition.value),
                device->location, device->id, {{"applicationId", condition.app}});
         tell(event::Notified{"app-launch", condition.app, condition.bundle, device->location, device->id});
     }
@@ -734,7 +738,8 @@ void Home::write_history(const Event& event)
                        ran.well ? "rule ran" : "rule ran in part", ran.location, "", {{"ruleId", ran.id}});
             },
             [&](const event::RoomChanged& change) {
-                record("activity", change.name, fmt::format("room {}", verb(change.what)), change.location, "");
+                record("activity", change.name, fmt::format("room {}", verb(change.what)), change.location,
+                       "");
             },
             [&](const event::LocationChanged& change) {
                 record("activity", change.name, fmt::format("location {}", verb(change.what)), change.id, "");

@@ -46,8 +46,8 @@ Status Home::add_group(const DeviceGroup& wanted, std::string& id)
     return Status::ok;
 }
 
-Status Home::change_group(std::string_view id, const std::string& name, const std::vector<std::string>& devices,
-                          const std::string& room)
+Status Home::change_group(std::string_view id, const std::string& name,
+                          const std::vector<std::string>& devices, const std::string& room)
 {
     DeviceGroup* group = c_.groups.find(id);
     if (group == nullptr)
@@ -126,7 +126,8 @@ Status Home::add_favorite(std::string_view location, std::string_view visibility
     favorite.device_model = text_at(description, "deviceModel");
     favorite.sort_order = static_cast<std::int64_t>(favorite.order);
     if (description.contains("sortOrder") && description["sortOrder"].is_number_integer())
-        favorite.sort_order = std::clamp<std::int64_t>(description["sortOrder"].get<std::int64_t>(), 0, 1'000'000);
+        favorite.sort_order =
+            std::clamp<std::int64_t>(description["sortOrder"].get<std::int64_t>(), 0, 1'000'000);
     favorite.created = favorite.updated = clock_.now();
     touch(Kind::favorite, id);
     tell(event::FavoriteChanged{What::added, id, favorite.location, member});
@@ -134,15 +135,16 @@ Status Home::add_favorite(std::string_view location, std::string_view visibility
     return Status::ok;
 }
 
-Status Home::replace_favorites(std::string_view location, std::string_view visibility, const Json& descriptions,
-                               std::vector<std::string>& ids, std::string& problem)
+Status Home::replace_favorites(std::string_view location, std::string_view visibility,
+                               const Json& descriptions, std::vector<std::string>& ids, std::string& problem)
 {
     if (!c_.locations.contains(location)) {
         problem = fmt::format("no location '{}'", location);
         return Status::no_data;
     }
-    const Json& list = descriptions.is_object() && descriptions.contains("favorites") ? descriptions["favorites"]
-                                                                                      : descriptions;
+    const Json& list = descriptions.is_object() && descriptions.contains("favorites")
+                           ? descriptions["favorites"]
+                           : descriptions;
     if (!list.is_array()) {
         problem = "expected a JSON list of favorites";
         return Status::invalid;
@@ -251,8 +253,8 @@ Status Home::cancel_installation(std::string_view id)
     return Status::ok;
 }
 
-Status Home::complete_installation(std::string_view id, const std::string& configuration, const Json& settings,
-                                   std::string& problem)
+Status Home::complete_installation(std::string_view id, const std::string& configuration,
+                                   const Json& settings, std::string& problem)
 {
     InstalledApp* app = c_.apps.find(id);
     if (app == nullptr) {
@@ -260,7 +262,8 @@ Status Home::complete_installation(std::string_view id, const std::string& confi
         return Status::no_data;
     }
     if (app->status != "PENDING" || app->configuration != configuration) {
-        problem = app->status != "PENDING" ? "the app is installed already" : "another configuration was begun";
+        problem =
+            app->status != "PENDING" ? "the app is installed already" : "another configuration was begun";
         return Status::failed;
     }
     if (!settings.is_object()) {
@@ -309,7 +312,9 @@ Status Home::run_app(std::string_view id, const Json& request, Json& result)
     app->updated = clock_.now();
     touch(Kind::app, own);
     tell(event::AppChanged{What::changed, own, app->location, app->status});
-    result = {{"installedAppId", own}, {"runs", app->runs}, {"settings", app->settings},
+    result = {{"installedAppId", own},
+              {"runs", app->runs},
+              {"settings", app->settings},
               {"results", Json::array()}};
     Status status = Status::ok;
     for (const auto& each : results) {

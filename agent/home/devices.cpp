@@ -12,10 +12,16 @@ namespace {
 
 constexpr std::size_t most_devices = 100'000;
 
-double number_of(const Json& value) { return value.is_number() ? value.get<double>() : 0; }
+double number_of(const Json& value)
+{
+    return value.is_number() ? value.get<double>() : 0;
+}
 
 // Keeps a step of a dynamic readable: 20.1, not 20.100000000000001.
-double rounded(double value) { return std::round(value * 1e6) / 1e6; }
+double rounded(double value)
+{
+    return std::round(value * 1e6) / 1e6;
+}
 
 Json like(const AttributeDef& def, double value)
 {
@@ -27,13 +33,14 @@ Json like(const AttributeDef& def, double value)
 
 bool settable(const CapabilityDef& capability, std::size_t attribute)
 {
-    return std::any_of(capability.commands.begin(), capability.commands.end(), [&](const CommandDef& command) {
-        const auto sets = [&](const auto& each) { return each.first == attribute; };
-        return command.toggles == attribute || (command.steps && command.steps->first == attribute)
-               || std::any_of(command.sets.begin(), command.sets.end(), sets)
-               || std::any_of(command.arguments.begin(), command.arguments.end(),
-                              [&](const auto& argument) { return argument.attribute == attribute; });
-    });
+    return std::any_of(
+        capability.commands.begin(), capability.commands.end(), [&](const CommandDef& command) {
+            const auto sets = [&](const auto& each) { return each.first == attribute; };
+            return command.toggles == attribute || (command.steps && command.steps->first == attribute)
+                   || std::any_of(command.sets.begin(), command.sets.end(), sets)
+                   || std::any_of(command.arguments.begin(), command.arguments.end(),
+                                  [&](const auto& argument) { return argument.attribute == attribute; });
+        });
 }
 
 }  // namespace
@@ -97,8 +104,8 @@ Status Home::add_device(Device device)
     touch(Kind::device, added.id);
     if (c_.account.dynamics)
         wake_dynamics(added, std::nullopt);
-    tell(event::DeviceChanged{What::added, added.id, added.location, added.room, added.shown_name(), "added",
-                              {}, {}});
+    tell(event::DeviceChanged{
+        What::added, added.id, added.location, added.room, added.shown_name(), "added", {}, {}});
     return Status::ok;
 }
 
@@ -137,7 +144,7 @@ Status Home::remove_device(std::string_view id)
         touch(Kind::device, child);
     }
     leave(*device);
-    const event::DeviceChanged event{What::removed,         gone, device->location, device->room,
+    const event::DeviceChanged event{What::removed,        gone,      device->location, device->room,
                                      device->shown_name(), "removed", device->location, device->room};
     c_.devices.remove(gone);
     touch(Kind::device, gone);
@@ -216,8 +223,8 @@ Status Home::set_labels(std::string_view id, const Json& components)
     Device* device = c_.devices.find(id);
     if (device == nullptr)
         return Status::no_data;
-    const Json& list = components.is_object() && components.contains("components") ? components["components"]
-                                                                                   : components;
+    const Json& list =
+        components.is_object() && components.contains("components") ? components["components"] : components;
     if (!list.is_array())
         return Status::invalid;
     Json labels = device->labels;
@@ -324,8 +331,9 @@ Status Home::create_infrared(std::string_view parent, const Json& description, s
     if (hub == nullptr)
         return Status::no_data;
     const Json keys = description.is_object() ? description.value("keys", Json::array()) : Json();
-    const bool well = description.is_object() && !text_at(description, "name").empty() && keys.is_array()
-                      && std::all_of(keys.begin(), keys.end(), [](const Json& key) { return key.is_string(); });
+    const bool well =
+        description.is_object() && !text_at(description, "name").empty() && keys.is_array()
+        && std::all_of(keys.begin(), keys.end(), [](const Json& key) { return key.is_string(); });
     if (!hub->model->infrared || !well)
         return Status::invalid;
     Device device;
@@ -382,8 +390,8 @@ Status Home::report(std::string_view id, std::string_view attribute, const Json&
     return Status::ok;
 }
 
-CommandResult Home::command(std::string_view id, std::string_view component_id, std::string_view capability_id,
-                            std::string_view name, const Json& arguments)
+CommandResult Home::command(std::string_view id, std::string_view component_id,
+                            std::string_view capability_id, std::string_view name, const Json& arguments)
 {
     Device* device = c_.devices.find(id);
     if (device == nullptr)
@@ -416,7 +424,8 @@ CommandResult Home::command(std::string_view id, std::string_view component_id, 
         if (given == nullptr) {
             if (argument.optional)
                 continue;
-            return {Status::invalid, fmt::format("command '{}' needs the argument '{}'", name, argument.name)};
+            return {Status::invalid,
+                    fmt::format("command '{}' needs the argument '{}'", name, argument.name)};
         }
         const AttributeDef& target = use->capability->attributes[argument.attribute];
         const auto accepted = target.accept(*given);
@@ -470,10 +479,15 @@ Json Home::properties(const Device& device, const Resource& resource) const
     Json values = Json::object();
     if (resource.def == nullptr) {
         if (resource.uri == "/device")
-            return {{"id", device.id}, {"name", device.name}, {"nick", device.nick},
-                    {"type", device.model->type}, {"firmware", device.firmware}};
-        return {{"maker", device.model->maker}, {"number", device.model->number},
-                {"vid", device.model->vid}, {"serial", device.serial}};
+            return {{"id", device.id},
+                    {"name", device.name},
+                    {"nick", device.nick},
+                    {"type", device.model->type},
+                    {"firmware", device.firmware}};
+        return {{"maker", device.model->maker},
+                {"number", device.model->number},
+                {"vid", device.model->vid},
+                {"serial", device.serial}};
     }
     for (const auto& property : resource.def->properties) {
         const Json& attribute = value(device, resource.first + property.attribute);
@@ -515,8 +529,8 @@ Status Home::write_resource(std::string_view id, std::string_view uri, const Jso
     std::vector<std::pair<std::size_t, Json>> changes;
     for (const auto& [name, given] : properties.items()) {
         const auto& all = resource->def->properties;
-        const auto property =
-            std::find_if(all.begin(), all.end(), [&key = name](const auto& each) { return each.name == key; });
+        const auto property = std::find_if(all.begin(), all.end(),
+                                           [&key = name](const auto& each) { return each.name == key; });
         if (property == all.end()) {
             problem = fmt::format("resource '{}' has no property '{}'", uri, name);
             return Status::invalid;
@@ -602,8 +616,7 @@ void Home::wake_dynamics(Device& device, std::optional<std::size_t> changed)
                 break;
         }
         if (wanted && device.timers[i] == Clock::none)
-            device.timers[i] =
-                clock_.after(dynamic.per, [this, id = device.id, i] { step_dynamic(id, i); });
+            device.timers[i] = clock_.after(dynamic.per, [this, id = device.id, i] { step_dynamic(id, i); });
         else if (!wanted && device.timers[i] != Clock::none)
             clock_.cancel(std::exchange(device.timers[i], Clock::none));
     }
@@ -623,7 +636,8 @@ void Home::step_dynamic(const std::string& id, std::size_t index)
         using enum Dynamic::Kind;
         switch (dynamic.kind) {
             case approach: {
-                const double goal = dynamic.other ? number_of(value(*device, *dynamic.other)) : dynamic.toward;
+                const double goal =
+                    dynamic.other ? number_of(value(*device, *dynamic.other)) : dynamic.toward;
                 const double step = std::clamp(goal - now, -dynamic.by, dynamic.by);
                 set_attribute(*device, dynamic.slot, like(def, now + step));
                 break;

@@ -270,8 +270,7 @@ void Node::fail(const std::string& what) const
 const std::vector<Node::Entry>& Node::entries(const char* expected) const
 {
     if (!is_map() && !is_null())
-        fail(fmt::format("expected {}, found {}", expected,
-                         is_list() ? "a list" : "'" + shown(text_) + "'"));
+        fail(fmt::format("expected {}, found {}", expected, is_list() ? "a list" : "'" + shown(text_) + "'"));
     return entries_;
 }
 

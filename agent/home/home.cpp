@@ -36,7 +36,10 @@ Home::~Home()
             clock_.cancel(timer);
 }
 
-void Home::load(const Node& home_file) { take(read_home(home_file, models_, clock_.now()), false); }
+void Home::load(const Node& home_file)
+{
+    take(read_home(home_file, models_, clock_.now()), false);
+}
 
 void Home::keep_in(std::unique_ptr<Store> store)
 {
@@ -152,8 +155,14 @@ void Home::take(Contents contents, bool told)
             tell(event::LocationChanged{What::removed, place.id, place.name});
     for (const auto& device : old.devices)
         if (!c_.devices.contains(device.id))
-            tell(event::DeviceChanged{What::removed, device.id, device.location, device.room,
-                                      device.shown_name(), "restored", {}, {}});
+            tell(event::DeviceChanged{What::removed,
+                                      device.id,
+                                      device.location,
+                                      device.room,
+                                      device.shown_name(),
+                                      "restored",
+                                      {},
+                                      {}});
     for (const auto& place : c_.locations)
         tell(event::LocationChanged{What::changed, place.id, place.name});
     for (const auto& device : c_.devices)
@@ -243,9 +252,10 @@ std::optional<std::int64_t> Home::trip(const Device& device)
 
 bool Home::taken(std::string_view id) const
 {
-    return c_.locations.contains(id) || c_.rooms.contains(id) || c_.devices.contains(id) || c_.scenes.contains(id)
-           || c_.rules.contains(id) || c_.groups.contains(id) || c_.favorites.contains(id) || c_.apps.contains(id)
-           || c_.conditions.contains(id) || c_.history.contains(id);
+    return c_.locations.contains(id) || c_.rooms.contains(id) || c_.devices.contains(id)
+           || c_.scenes.contains(id) || c_.rules.contains(id) || c_.groups.contains(id)
+           || c_.favorites.contains(id) || c_.apps.contains(id) || c_.conditions.contains(id)
+           || c_.history.contains(id);
 }
 
 std::string Home::new_id(std::string_view kind)

@@ -38,8 +38,21 @@
 // loading anything broken leaves the home as it was.
 namespace quorvel::home {
 
-enum class Kind { agent, place, device, scene, rule, group, favorite, app, store_app, condition, history,
-                  enrollee, findable };
+enum class Kind {
+    agent,
+    place,
+    device,
+    scene,
+    rule,
+    group,
+    favorite,
+    app,
+    store_app,
+    condition,
+    history,
+    enrollee,
+    findable
+};
 
 // Everything that a home holds. Loading fills a new one and then takes it as a whole.
 struct Contents {
@@ -162,6 +175,7 @@ public:
     void notify(const std::string& kind, const std::string& title, const std::string& body,
                 const std::string& location = {}, const std::string& device = {});
     void set_last_setup_error(const std::string& code);
+    Status announce_upload(const std::string& content, const std::string& type);
 
     // --- Devices (devices.cpp) ---------------------------------------------------------------------------
     Status add_device(Device device);
@@ -178,7 +192,8 @@ public:
     Status migrate_local(std::string_view id, std::string_view hub);
     Status create_infrared(std::string_view parent, const Json& description, std::string& id);
     // Sets one attribute as the device itself does; also what nobody else may set.
-    Status report(std::string_view device, std::string_view attribute, const Json& value, std::string& problem);
+    Status report(std::string_view device, std::string_view attribute, const Json& value,
+                  std::string& problem);
     CommandResult command(std::string_view device, std::string_view component, std::string_view capability,
                           std::string_view command, const Json& arguments);
     // [{component, capability, command, arguments}] or {commands: […]}: a result for each.

@@ -62,7 +62,8 @@ std::int64_t time_of(const Node& node, std::string_view key, std::int64_t fallba
 // Reads things into one Contents. Ids are unique over all kinds that a client can name alike.
 class Reader {
 public:
-    Reader(Contents& contents, ModelLibrary& models, std::int64_t now) : c_(contents), models_(models), now_(now)
+    Reader(Contents& contents, ModelLibrary& models, std::int64_t now)
+        : c_(contents), models_(models), now_(now)
     {
     }
 
@@ -131,13 +132,15 @@ private:
 
 void Reader::agent(const Node& node)
 {
-    node.only({"version", "signed-in", "login", "user-id", "device-id", "caching-ms", "environments", "suspended",
-               "cloud", "update-waiting", "migrated", "dynamics", "push", "next-id", "token-generation",
-               "metadata-version", "last-setup-error", "time", "access-points"});
+    node.only({"version",          "signed-in",        "login",     "user-id",       "device-id",
+               "caching-ms",       "environments",     "suspended", "cloud",         "update-waiting",
+               "migrated",         "dynamics",         "push",      "next-id",       "token-generation",
+               "metadata-version", "last-setup-error", "time",      "access-points", "uploads"});
     Account& a = c_.account;
     a.version = node.text("version", a.version);
     if (const Node* version = node.find("version")) {
-        const bool well = !a.version.empty() && a.version.find_first_not_of("0123456789.") == std::string::npos
+        const bool well = !a.version.empty()
+                          && a.version.find_first_not_of("0123456789.") == std::string::npos
                           && a.version.find('.') != std::string::npos;
         if (!well)
             version->fail(fmt::format("expected a version such as 2.4.0, found '{}'", a.version));
@@ -175,6 +178,9 @@ void Reader::agent(const Node& node)
     a.metadata_version = static_cast<std::uint64_t>(node.integer("metadata-version", 1, INT64_MAX, 1));
     a.last_setup_error = node.text("last-setup-error", "");
     a.time = time_of(node, "time", 0);
+    if (const Node* uploads = node.find("uploads"))
+        for (const auto& [content, type] : uploads->entries("a map of contents"))
+            a.uploads[content.text()] = type.text();
     if (const Node* points = node.find("access-points"))
         for (const auto& item : points->items())
             c_.access_points.push_back(access_point(item));
@@ -184,7 +190,8 @@ Json write(const Account& a, const std::vector<AccessPoint>& points);
 
 AccessPoint Reader::access_point(const Node& node) const
 {
-    node.only({"ssid", "mac", "channel", "encryption", "security", "rate", "signal", "frequency", "password"});
+    node.only(
+        {"ssid", "mac", "channel", "encryption", "security", "rate", "signal", "frequency", "password"});
     AccessPoint point;
     point.ssid = node.at("ssid").text();
     point.mac = node.text("mac", "02:00:00:00:00:01");
@@ -200,8 +207,11 @@ AccessPoint Reader::access_point(const Node& node) const
 
 Json write(const AccessPoint& point)
 {
-    Json to{{"ssid", point.ssid}, {"mac", point.mac}, {"encryption", point.encryption},
-            {"security", point.security}, {"rate", point.rate}};
+    Json to{{"ssid", point.ssid},
+            {"mac", point.mac},
+            {"encryption", point.encryption},
+            {"security", point.security},
+            {"rate", point.rate}};
     to["channel"] = std::stoi(point.channel);
     to["signal"] = std::stoi(point.signal);
     to["frequency"] = std::stoi(point.frequency);
@@ -228,6 +238,8 @@ Json write(const Account& a, const std::vector<AccessPoint>& points)
             {"metadata-version", a.metadata_version},
             {"time", a.time}};
     put(to, "last-setup-error", a.last_setup_error);
+    if (!a.uploads.empty())
+        to["uploads"] = a.uploads;
     Json push{{"enabled", a.push_enabled}, {"topics", a.push_topics}};
     for (const auto& each : a.registrations)
         push["registrations"].push_back({{"provider", each.provider},
@@ -315,8 +327,12 @@ void Reader::place(const Node& node, std::optional<Order> order)
 
 Json write(const Location& place, const Contents& c)
 {
-    Json to{{"id", place.id},         {"name", place.name},       {"owner", place.owner},
-            {"temperature-scale", place.scale}, {"time-zone", place.time_zone}, {"locale", place.locale}};
+    Json to{{"id", place.id},
+            {"name", place.name},
+            {"owner", place.owner},
+            {"temperature-scale", place.scale},
+            {"time-zone", place.time_zone},
+            {"locale", place.locale}};
     put(to, "nick", place.nick);
     put(to, "image", place.image);
     put(to, "country", place.country);
@@ -354,9 +370,9 @@ const Location& Reader::location_of(const Node& node, const char* key) const
 
 void Reader::device(const Node& node, std::optional<Order> order)
 {
-    node.only({"id", "name", "nick", "model", "place", "room", "parent", "owner", "firmware", "color", "locale",
-               "serial", "cloud-state", "legacy", "local", "link", "preferences", "labels", "infrared", "files",
-               "created", "state", "times"});
+    node.only({"id",          "name",   "nick",     "model",  "place",       "room",   "parent", "owner",
+               "firmware",    "color",  "locale",   "serial", "cloud-state", "legacy", "local",  "link",
+               "preferences", "labels", "infrared", "files",  "created",     "state",  "times"});
     Device device;
     device.order = order_of(order);
     device.id = fresh_id(node, c_.devices, "device");
@@ -380,7 +396,8 @@ void Reader::device(const Node& node, std::optional<Order> order)
     device.firmware = node.text("firmware", device.model->firmware);
     device.color = node.text("color", device.model->color);
     device.locale = node.text("locale", "en-GB");
-    device.serial = node.text("serial", fmt::format("QV{:08}", std::hash<std::string>{}(device.id) % 100'000'000));
+    device.serial =
+        node.text("serial", fmt::format("QV{:08}", std::hash<std::string>{}(device.id) % 100'000'000));
     if (const Node* state = node.find("cloud-state"))
         device.cloud_state = state->word({"CONNECTED", "DISCONNECTED", "INACTIVE"}, "a cloud state");
     device.legacy = node.flag("legacy", false);
@@ -417,7 +434,8 @@ void Reader::device(const Node& node, std::optional<Order> order)
             if (const Node* bytes = item.find("hex"))
                 file.bytes = unhex(*bytes);
             if (device.model->resource(file.uri) == nullptr)
-                item.at("uri").fail(fmt::format("model '{}' has no resource '{}'", device.model->id, file.uri));
+                item.at("uri").fail(
+                    fmt::format("model '{}' has no resource '{}'", device.model->id, file.uri));
             device.files.push_back(std::move(file));
         }
     device.created = time_of(node, "created", now_);
@@ -500,7 +518,8 @@ void Reader::check_values(const Device& device, const Node& values) const
     for (const auto& [attribute, value] : values.entries("a map of attributes")) {
         const auto slot = device.model->slot(attribute.text());
         if (!slot)
-            attribute.fail(fmt::format("model '{}' has no attribute '{}'{}", device.model->id, attribute.text(),
+            attribute.fail(fmt::format("model '{}' has no attribute '{}'{}", device.model->id,
+                                       attribute.text(),
                                        did_you_mean(attribute.text(), device.model->slot_names())));
         const AttributeDef& def = *device.model->slots[*slot].attribute;
         if (!def.accept(value.json()))
@@ -523,7 +542,8 @@ Json Reader::actions_of(const Node& set) const
 Json Reader::action_of(const Node& action) const
 {
     action.entries("an action");
-    action.only({"device", "set", "component", "capability", "command", "arguments", "scene", "notify", "title"});
+    action.only(
+        {"device", "set", "component", "capability", "command", "arguments", "scene", "notify", "title"});
     if (const Node* key = action.find("device")) {
         const Device& device = named(*key, c_.devices, "device");
         if (const Node* set = action.find("set")) {
@@ -531,12 +551,14 @@ Json Reader::action_of(const Node& action) const
         } else {
             const Component* component = device.model->component(action.text("component", "main"));
             if (component == nullptr)
-                action.at("component").fail(fmt::format("model '{}' has no component '{}'", device.model->id,
-                                                        action.at("component").text()));
+                action.at("component")
+                    .fail(fmt::format("model '{}' has no component '{}'", device.model->id,
+                                      action.at("component").text()));
             const Component::Use* use = component->use(action.at("capability").text());
             if (use == nullptr)
-                action.at("capability").fail(fmt::format("model '{}' has no capability '{}'", device.model->id,
-                                                         action.at("capability").text()));
+                action.at("capability")
+                    .fail(fmt::format("model '{}' has no capability '{}'", device.model->id,
+                                      action.at("capability").text()));
             if (use->capability->command(action.at("command").text()) == nullptr)
                 action.at("command").fail(fmt::format("capability '{}' has no command '{}'",
                                                       use->capability->id, action.at("command").text()));
@@ -550,7 +572,8 @@ Json Reader::action_of(const Node& action) const
 Json Reader::condition_of(const Node& condition) const
 {
     condition.entries("a condition");
-    condition.only({"device", "attribute", "is", "not", "above", "below", "all", "any", "every", "at", "scene"});
+    condition.only(
+        {"device", "attribute", "is", "not", "above", "below", "all", "any", "every", "at", "scene"});
     for (const char* list : {"all", "any"})
         if (const Node* parts = condition.find(list))
             for (const auto& part : parts->items("a list of conditions"))
@@ -560,7 +583,8 @@ Json Reader::condition_of(const Node& condition) const
         const Node& attribute = condition.at("attribute");
         const auto slot = device.model->slot(attribute.text());
         if (!slot)
-            attribute.fail(fmt::format("model '{}' has no attribute '{}'{}", device.model->id, attribute.text(),
+            attribute.fail(fmt::format("model '{}' has no attribute '{}'{}", device.model->id,
+                                       attribute.text(),
                                        did_you_mean(attribute.text(), device.model->slot_names())));
         const AttributeDef& def = *device.model->slots[*slot].attribute;
         for (const char* test : {"is", "not"})
@@ -569,7 +593,8 @@ Json Reader::condition_of(const Node& condition) const
         for (const char* test : {"above", "below"})
             if (const Node* value = condition.find(test))
                 value->number(-1e12, 1e12);
-        if (!condition.has("is") && !condition.has("not") && !condition.has("above") && !condition.has("below"))
+        if (!condition.has("is") && !condition.has("not") && !condition.has("above")
+            && !condition.has("below"))
             condition.fail("expected 'is', 'not', 'above' or 'below' in a condition on a device");
     } else if (const Node* every = condition.find("every")) {
         if (every->milliseconds() < 1000)
@@ -670,7 +695,8 @@ void Reader::group(const Node& node, std::optional<Order> order)
     group.name = node.text("name", group.id);
     group.type = "GENERIC";
     if (const Node* type = node.find("type"))
-        group.type = type->word({"UNDETERMINED", "GENERIC", "VIDEO CAMERA", "LIGHTING"}, "a device group type");
+        group.type =
+            type->word({"UNDETERMINED", "GENERIC", "VIDEO CAMERA", "LIGHTING"}, "a device group type");
     group.location = location_of(node).id;
     if (const Node* room = node.find("room"))
         group.room = named(*room, c_.rooms, "room").id;
@@ -681,7 +707,10 @@ void Reader::group(const Node& node, std::optional<Order> order)
 
 Json write(const DeviceGroup& group)
 {
-    Json to{{"id", group.id}, {"name", group.name}, {"type", group.type}, {"place", group.location},
+    Json to{{"id", group.id},
+            {"name", group.name},
+            {"type", group.type},
+            {"place", group.location},
             {"devices", group.devices}};
     put(to, "room", group.room);
     return to;
@@ -724,8 +753,11 @@ void Reader::favorite(const Node& node, std::optional<Order> order)
 
 Json write(const Favorite& favorite)
 {
-    Json to{{"id", favorite.id}, {"place", favorite.location}, {"sort-order", favorite.sort_order},
-            {"created", favorite.created}, {"updated", favorite.updated}};
+    Json to{{"id", favorite.id},
+            {"place", favorite.location},
+            {"sort-order", favorite.sort_order},
+            {"created", favorite.created},
+            {"updated", favorite.updated}};
     to[favorite.member_type == "DEVICE"         ? "device"
        : favorite.member_type == "SCENE"        ? "scene"
        : favorite.member_type == "DEVICE_GROUP" ? "device-group"
@@ -739,8 +771,8 @@ Json write(const Favorite& favorite)
 
 void Reader::app(const Node& node, std::optional<Order> order)
 {
-    node.only({"id", "app", "name", "type", "status", "place", "configuration", "notices", "settings", "dashboard",
-               "created", "updated", "runs"});
+    node.only({"id", "app", "name", "type", "status", "place", "configuration", "notices", "settings",
+               "dashboard", "created", "updated", "runs"});
     InstalledApp app;
     app.order = order_of(order);
     app.id = fresh_id(node, c_.apps, "app");
@@ -811,12 +843,8 @@ void Reader::condition(const Node& node, std::optional<Order> order)
 
 Json write(const LaunchCondition& condition)
 {
-    Json to{{"id", condition.id},
-            {"app", condition.app},
-            {"device", condition.device},
-            {"uri", condition.uri},
-            {"property", condition.property},
-            {"type", condition.type},
+    Json to{{"id", condition.id},      {"app", condition.app},           {"device", condition.device},
+            {"uri", condition.uri},    {"property", condition.property}, {"type", condition.type},
             {"value", condition.value}};
     put(to, "bundle", condition.bundle);
     put(to, "reserved", condition.reserved);
@@ -882,9 +910,9 @@ void Reader::enrollee(const Node& node, std::optional<Order> order)
         }
     if (const Node* fails = node.find("fails-at")) {
         fails->only({"stage", "code", "times"});
-        enrollee.fails_at = fails->at("stage").word({"init", "start", "ownership", "pin", "wifi", "device",
-                                                     "configuration", "cloud", "sign-in"},
-                                                    "a stage");
+        enrollee.fails_at = fails->at("stage").word(
+            {"init", "start", "ownership", "pin", "wifi", "device", "configuration", "cloud", "sign-in"},
+            "a stage");
         enrollee.fails_with = static_cast<int>(fails->integer("code", 1, 99, 1));
         enrollee.fails_times = static_cast<int>(fails->integer("times", 0, 1'000'000, 1));
     }
@@ -896,17 +924,21 @@ void Reader::enrollee(const Node& node, std::optional<Order> order)
 
 Json write(const Enrollee& enrollee)
 {
-    Json to{{"id", enrollee.id},           {"name", enrollee.name},
-            {"model", enrollee.model},     {"address", enrollee.address},
-            {"serial", enrollee.serial},   {"owned", enrollee.owned},
-            {"stage-ms", enrollee.stage_time}, {"asks", Json::array()}};
+    Json to{{"id", enrollee.id},
+            {"name", enrollee.name},
+            {"model", enrollee.model},
+            {"address", enrollee.address},
+            {"serial", enrollee.serial},
+            {"owned", enrollee.owned},
+            {"stage-ms", enrollee.stage_time},
+            {"asks", Json::array()}};
     if (enrollee.asks_ownership)
         to["asks"].push_back("ownership");
     if (!enrollee.pin.empty())
         to["asks"].push_back({{"pin", enrollee.pin}});
     if (!enrollee.fails_at.empty())
-        to["fails-at"] = {{"stage", enrollee.fails_at}, {"code", enrollee.fails_with},
-                          {"times", enrollee.fails_times}};
+        to["fails-at"] = {
+            {"stage", enrollee.fails_at}, {"code", enrollee.fails_with}, {"times", enrollee.fails_times}};
     for (const auto& point : enrollee.access_points)
         to["access-points"].push_back(write(point));
     return to;
@@ -930,7 +962,10 @@ void Reader::findable(const Node& node, std::optional<Order> order)
 
 Json write(const Findable& thing)
 {
-    Json to{{"id", thing.id}, {"name", thing.name}, {"model", thing.model}, {"after-ms", thing.after},
+    Json to{{"id", thing.id},
+            {"name", thing.name},
+            {"model", thing.model},
+            {"after-ms", thing.after},
             {"protocol", thing.protocol}};
     put(to, "hub", thing.hub);
     return to;
@@ -974,19 +1009,32 @@ constexpr Section sections[] = {
 const char* kind_name(Kind kind)
 {
     switch (kind) {
-        case Kind::agent: return "agent";
-        case Kind::place: return "place";
-        case Kind::device: return "device";
-        case Kind::scene: return "scene";
-        case Kind::rule: return "rule";
-        case Kind::group: return "group";
-        case Kind::favorite: return "favorite";
-        case Kind::app: return "app";
-        case Kind::store_app: return "store-app";
-        case Kind::condition: return "condition";
-        case Kind::history: return "history";
-        case Kind::enrollee: return "enrollee";
-        case Kind::findable: return "findable";
+        case Kind::agent:
+            return "agent";
+        case Kind::place:
+            return "place";
+        case Kind::device:
+            return "device";
+        case Kind::scene:
+            return "scene";
+        case Kind::rule:
+            return "rule";
+        case Kind::group:
+            return "group";
+        case Kind::favorite:
+            return "favorite";
+        case Kind::app:
+            return "app";
+        case Kind::store_app:
+            return "store-app";
+        case Kind::condition:
+            return "condition";
+        case Kind::history:
+            return "history";
+        case Kind::enrollee:
+            return "enrollee";
+        case Kind::findable:
+            return "findable";
     }
     return "";
 }
@@ -1077,22 +1125,34 @@ std::optional<std::pair<Json, Order>> write_thing(const Contents& c, Kind kind, 
         return std::pair{write(*thing), thing->order};
     };
     switch (kind) {
-        case Kind::agent: return std::pair{write(c.account, c.access_points), Order{0}};
+        case Kind::agent:
+            return std::pair{write(c.account, c.access_points), Order{0}};
         case Kind::place: {
             const Location* place = c.locations.find(id);
             return place == nullptr ? Written{} : std::pair{write(*place, c), place->order};
         }
-        case Kind::device: return one(c.devices);
-        case Kind::scene: return one(c.scenes);
-        case Kind::rule: return one(c.rules);
-        case Kind::group: return one(c.groups);
-        case Kind::favorite: return one(c.favorites);
-        case Kind::app: return one(c.apps);
-        case Kind::store_app: return one(c.store_apps);
-        case Kind::condition: return one(c.conditions);
-        case Kind::history: return one(c.history);
-        case Kind::enrollee: return one(c.enrollees);
-        case Kind::findable: return one(c.findables);
+        case Kind::device:
+            return one(c.devices);
+        case Kind::scene:
+            return one(c.scenes);
+        case Kind::rule:
+            return one(c.rules);
+        case Kind::group:
+            return one(c.groups);
+        case Kind::favorite:
+            return one(c.favorites);
+        case Kind::app:
+            return one(c.apps);
+        case Kind::store_app:
+            return one(c.store_apps);
+        case Kind::condition:
+            return one(c.conditions);
+        case Kind::history:
+            return one(c.history);
+        case Kind::enrollee:
+            return one(c.enrollees);
+        case Kind::findable:
+            return one(c.findables);
     }
     return std::nullopt;
 }

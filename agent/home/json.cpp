@@ -32,7 +32,10 @@ bool too_deep(std::string_view text)
 
 }  // namespace
 
-std::string to_text(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
+std::string to_text(const Json& json)
+{
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
 
 std::optional<Json> parse_json(std::string_view text)
 {

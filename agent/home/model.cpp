@@ -58,12 +58,24 @@ AttributeDef read_attribute(const Node& key, const Node& node)
     } else {
         using enum AttributeDef::Type;
         switch (def.type) {
-            case text: def.initial = ""; break;
-            case number: def.initial = def.least.value_or(0.0); break;
-            case integer: def.initial = static_cast<std::int64_t>(def.least.value_or(0)); break;
-            case boolean: def.initial = false; break;
-            case list: def.initial = Json::array(); break;
-            case map: def.initial = Json::object(); break;
+            case text:
+                def.initial = "";
+                break;
+            case number:
+                def.initial = def.least.value_or(0.0);
+                break;
+            case integer:
+                def.initial = static_cast<std::int64_t>(def.least.value_or(0));
+                break;
+            case boolean:
+                def.initial = false;
+                break;
+            case list:
+                def.initial = Json::array();
+                break;
+            case map:
+                def.initial = Json::object();
+                break;
         }
     }
     return def;
@@ -81,7 +93,8 @@ std::optional<Json> AttributeDef::accept(const Json& value) const
             if (!value.is_string())
                 return std::nullopt;
             if (!values.empty()
-                && std::find(values.begin(), values.end(), value.get_ref<const std::string&>()) == values.end())
+                && std::find(values.begin(), values.end(), value.get_ref<const std::string&>())
+                       == values.end())
                 return std::nullopt;
             return value;
         case Type::number:
@@ -118,12 +131,18 @@ std::string AttributeDef::expected() const
         return most ? fmt::format(" of at most {}", *most) : std::string{};
     };
     switch (type) {
-        case Type::text: return "a text";
-        case Type::number: return "a number" + range();
-        case Type::integer: return "a whole number" + range();
-        case Type::boolean: return "true or false";
-        case Type::list: return "a list";
-        case Type::map: return "a map";
+        case Type::text:
+            return "a text";
+        case Type::number:
+            return "a number" + range();
+        case Type::integer:
+            return "a whole number" + range();
+        case Type::boolean:
+            return "true or false";
+        case Type::list:
+            return "a list";
+        case Type::map:
+            return "a map";
     }
     return {};
 }
@@ -195,6 +214,7 @@ void ModelLibrary::add_directory(const std::string& path)
             const std::string id = entry.path().stem().string();
             sources_[id] = {entry.path().string(), {}};
             models_.erase(id);
+            all_read_ = false;
         }
     if (error)
         throw DocumentError(fmt::format("{}: cannot be read: {}", path, error.message()));
@@ -217,6 +237,20 @@ const Model* ModelLibrary::find(const std::string& id)
     if (root.at("id").text() != id)
         root.at("id").fail(fmt::format("expected the id '{}', as the file is named", id));
     return &read(root, source->second.file);
+}
+
+const Model* ModelLibrary::find_vid(const std::string& vid)
+{
+    if (!all_read_ && !ids_by_vid_.contains(vid))
+        for (const auto& id : ids())
+            try {
+                find(id);
+            } catch (const DocumentError&) {
+                // A model of the user's that cannot be used is told of where it is used.
+            }
+    all_read_ = true;
+    const auto found = ids_by_vid_.find(vid);
+    return found == ids_by_vid_.end() ? nullptr : find(found->second);
 }
 
 std::vector<std::string> ModelLibrary::ids() const
@@ -262,7 +296,8 @@ void ModelLibrary::read_capability(const std::string& id, const Node& node)
 
     const auto value_for = [&](std::size_t attribute, const Node& at) {
         const AttributeDef& target = def->attributes[attribute];
-        const Json given = target.type == AttributeDef::Type::text && at.is_text() ? Json(at.text()) : at.json();
+        const Json given =
+            target.type == AttributeDef::Type::text && at.is_text() ? Json(at.text()) : at.json();
         const auto value = target.accept(given);
         if (!value)
             at.fail(fmt::format("expected {} for '{}'", target.expected(), target.name));
@@ -343,9 +378,9 @@ void ModelLibrary::read_capability(const std::string& id, const Node& node)
 
 const Model& ModelLibrary::read(const Node& root, const std::string& file)
 {
-    root.only({"quorvel-model", "id", "name", "maker", "number", "vid", "mnmn", "type", "category", "firmware",
-               "color", "tier", "hub", "infrared", "capabilities", "components", "defaults", "dynamics",
-               "preferences"});
+    root.only({"quorvel-model", "id", "name", "maker", "number", "vid", "mnmn", "type", "category",
+               "firmware", "color", "tier", "hub", "infrared", "capabilities", "components", "defaults",
+               "dynamics", "preferences"});
     root.at("quorvel-model").integer(1, 1);
     auto model = std::make_unique<Model>();
     model->source = file;
@@ -398,7 +433,8 @@ const Model& ModelLibrary::read(const Node& root, const std::string& file)
                     known.push_back(each.name);
                 for (const auto& each : capabilities_)
                     known.push_back(each.first);
-                item.fail(fmt::format("unknown capability '{}'{}", item.text(), did_you_mean(item.text(), known)));
+                item.fail(
+                    fmt::format("unknown capability '{}'{}", item.text(), did_you_mean(item.text(), known)));
             }
             if (component.use(def->id) != nullptr)
                 item.fail(fmt::format("capability '{}' given twice", def->id));
@@ -423,7 +459,8 @@ const Model& ModelLibrary::read(const Node& root, const std::string& file)
     model->slot_index_ = std::move(index);
     for (std::size_t i = 0; i < model->resources.size(); ++i)
         if (!model->resource_index_.emplace(model->resources[i].uri, i).second)
-            root.at("components").fail(fmt::format("two resources have the URI '{}'", model->resources[i].uri));
+            root.at("components")
+                .fail(fmt::format("two resources have the URI '{}'", model->resources[i].uri));
 
     const auto slot_of = [&](const Node& at) {
         const auto slot = model->slot(at.text());
@@ -434,7 +471,8 @@ const Model& ModelLibrary::read(const Node& root, const std::string& file)
     };
     const auto value_of = [&](std::size_t slot, const Node& at) {
         const AttributeDef& target = *model->slots[slot].attribute;
-        const Json given = target.type == AttributeDef::Type::text && at.is_text() ? Json(at.text()) : at.json();
+        const Json given =
+            target.type == AttributeDef::Type::text && at.is_text() ? Json(at.text()) : at.json();
         const auto value = target.accept(given);
         if (!value)
             at.fail(fmt::format("expected {} for '{}'", target.expected(), target.name));
@@ -454,7 +492,8 @@ const Model& ModelLibrary::read(const Node& root, const std::string& file)
 
     if (const Node* dynamics = root.find("dynamics"))
         for (const auto& item : dynamics->items("a list of dynamics")) {
-            item.only({"kind", "attribute", "toward", "from", "by", "per", "value", "otherwise", "when", "then"});
+            item.only(
+                {"kind", "attribute", "toward", "from", "by", "per", "value", "otherwise", "when", "then"});
             Dynamic dynamic;
             const std::string kind = item.at("kind").word(
                 {"approach", "drain", "accumulate", "countdown", "follow", "decay"}, "a kind of dynamics");
@@ -469,7 +508,8 @@ const Model& ModelLibrary::read(const Node& root, const std::string& file)
             const bool numeric = dynamic.kind != follow && dynamic.kind != decay;
             const auto type = model->slots[dynamic.slot].attribute->type;
             if (numeric && type != AttributeDef::Type::number && type != AttributeDef::Type::integer)
-                item.at("attribute").fail(fmt::format("expected an attribute that is a number for '{}'", kind));
+                item.at("attribute")
+                    .fail(fmt::format("expected an attribute that is a number for '{}'", kind));
             if (dynamic.kind == approach) {
                 const Node& toward = item.at("toward");
                 if (const auto slot = model->slot(toward.text()))
@@ -491,6 +531,7 @@ const Model& ModelLibrary::read(const Node& root, const std::string& file)
         }
 
     const std::string id = model->id;
+    ids_by_vid_[model->vid] = id;
     auto& place = models_[id];
     place = std::move(model);
     return *place;

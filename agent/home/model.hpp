@@ -54,7 +54,7 @@ struct CommandDef {
 struct ResourceDef {
     struct Property {
         std::string name;
-        std::size_t attribute;  // of the capability
+        std::size_t attribute;                     // of the capability
         std::vector<std::pair<Json, Json>> words;  // attribute value, property value; empty: the same
         bool read_only = false;
     };
@@ -175,6 +175,8 @@ public:
 
     // None when there is no such model. Throws DocumentError when it is there and wrong.
     const Model* find(const std::string& id);
+    // By the id of its metadata; reads every model that there is the first time.
+    const Model* find_vid(const std::string& vid);
     std::vector<std::string> ids() const;
     const CapabilityDef* capability(const std::string& id);
 
@@ -190,6 +192,8 @@ private:
     std::unordered_map<std::string, Source> sources_;
     std::unordered_map<std::string, std::unique_ptr<Model>> models_;
     std::unordered_map<std::string, std::unique_ptr<CapabilityDef>> capabilities_;
+    std::unordered_map<std::string, std::string> ids_by_vid_;
+    bool all_read_ = false;
 };
 
 // The files that are built in, by name without extension.

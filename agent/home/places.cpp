@@ -35,7 +35,8 @@ void apply(Location& place, const Home::PlaceValues& values)
 
 bool well(const Home::PlaceValues& values)
 {
-    return (!values.name || !values.name->empty()) && (!values.scale || *values.scale == "C" || *values.scale == "F");
+    return (!values.name || !values.name->empty())
+           && (!values.scale || *values.scale == "C" || *values.scale == "F");
 }
 
 }  // namespace

@@ -24,17 +24,28 @@ std::string at(const Setup::Values& values, const char* key)
 const char* Setup::name(Stage stage)
 {
     switch (stage) {
-        case idle: return "idle";
-        case init: return "init";
-        case start: return "start";
-        case ownership: return "ownership";
-        case pin: return "pin";
-        case wifi: return "wifi";
-        case device: return "device";
-        case configuration: return "configuration";
-        case cloud: return "cloud";
-        case sign_in: return "sign-in";
-        case done: return "done";
+        case idle:
+            return "idle";
+        case init:
+            return "init";
+        case start:
+            return "start";
+        case ownership:
+            return "ownership";
+        case pin:
+            return "pin";
+        case wifi:
+            return "wifi";
+        case device:
+            return "device";
+        case configuration:
+            return "configuration";
+        case cloud:
+            return "cloud";
+        case sign_in:
+            return "sign-in";
+        case done:
+            return "done";
     }
     return "";
 }
@@ -263,7 +274,8 @@ Status Setup::configure_device(Owner owner, const Values& values, Result result)
         }
         if (fails(device, result))
             return;
-        const auto& points = enrollee->access_points.empty() ? home_.access_points() : enrollee->access_points;
+        const auto& points =
+            enrollee->access_points.empty() ? home_.access_points() : enrollee->access_points;
         const std::string ssid = at(settings_, "ssid");
         const auto point = std::find_if(points.begin(), points.end(),
                                         [&](const AccessPoint& each) { return each.ssid == ssid; });
@@ -296,7 +308,9 @@ Status Setup::read_configuration(Owner owner, std::function<void(const Configura
         const std::string error = home_.account().last_setup_error;
         read.values = {{"isCloudAccessible", home_.account().cloud ? "1" : "0"},
                        {"freq", "2412"},
-                       {"provStatus", provisioned_ ? "2" : configured_ ? "1" : "0"},
+                       {"provStatus", provisioned_  ? "2"
+                                      : configured_ ? "1"
+                                                    : "0"},
                        {"lastErrorCode", error.empty() ? "0" : error},
                        {"netConnectionState", configured_ ? "1" : "0"},
                        {"deviceName", enrollee->name},
@@ -417,7 +431,9 @@ Status Setup::reset(Owner owner, Result result)
     if (!joined_.empty()) {
         // A device that joined already leaves the home again and waits as it did before.
         if (const Device* thing = home_.devices().find(joined_)) {
-            const Json again{{"id", thing->id}, {"name", thing->name}, {"model", thing->model->id},
+            const Json again{{"id", thing->id},
+                             {"name", thing->name},
+                             {"model", thing->model->id},
                              {"serial", thing->serial}};
             home_.remove_device(again["id"].get<std::string>());
             home_.add_enrollee(Node::from(again, "enrollee"));

@@ -22,8 +22,9 @@ struct Store::Inside {
     }
     void prepare()
     {
-        put.emplace(database, "INSERT INTO thing(kind, id, place, body) VALUES(?1, ?2, ?3, ?4) "
-                              "ON CONFLICT(kind, id) DO UPDATE SET place = ?3, body = ?4");
+        put.emplace(database,
+                    "INSERT INTO thing(kind, id, place, body) VALUES(?1, ?2, ?3, ?4) "
+                    "ON CONFLICT(kind, id) DO UPDATE SET place = ?3, body = ?4");
         drop.emplace(database, "DELETE FROM thing WHERE kind = ?1 AND id = ?2");
     }
     void apply(const Row& row)
@@ -51,8 +52,8 @@ Store::Store(const std::string& path) : path_(path)
         const int found = database.execAndGet("PRAGMA application_id").getInt();
         const int tables = database.execAndGet("SELECT count(*) FROM sqlite_master").getInt();
         if (found != application && tables != 0)
-            throw DocumentError(fmt::format("{}: expected a state file of this agent, found another database",
-                                            path));
+            throw DocumentError(
+                fmt::format("{}: expected a state file of this agent, found another database", path));
         if (found == application && database.execAndGet("PRAGMA user_version").getInt() != layout)
             throw DocumentError(fmt::format("{}: expected a state file of layout {}, found {}", path, layout,
                                             database.execAndGet("PRAGMA user_version").getInt()));
@@ -60,8 +61,9 @@ Store::Store(const std::string& path) : path_(path)
         database.exec("PRAGMA synchronous = NORMAL");
         if (found != application) {
             SQLite::Transaction transaction{database};
-            database.exec("CREATE TABLE IF NOT EXISTS thing(kind TEXT NOT NULL, id TEXT NOT NULL, "
-                          "place INTEGER NOT NULL, body TEXT NOT NULL, PRIMARY KEY(kind, id)) WITHOUT ROWID");
+            database.exec(
+                "CREATE TABLE IF NOT EXISTS thing(kind TEXT NOT NULL, id TEXT NOT NULL, "
+                "place INTEGER NOT NULL, body TEXT NOT NULL, PRIMARY KEY(kind, id)) WITHOUT ROWID");
             database.exec(fmt::format("PRAGMA application_id = {}", application));
             database.exec(fmt::format("PRAGMA user_version = {}", layout));
             transaction.commit();
@@ -83,8 +85,9 @@ bool Store::empty() const
     }
 }
 
-void Store::each(const std::string& kind, const std::function<void(const std::string&, std::uint64_t,
-                                                                   const std::string&)>& visit) const
+void Store::each(
+    const std::string& kind,
+    const std::function<void(const std::string&, std::uint64_t, const std::string&)>& visit) const
 {
     try {
         SQLite::Statement query{inside_->database,

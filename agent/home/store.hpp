@@ -33,8 +33,9 @@ public:
 
     bool empty() const;
     // Every row of a kind in order.
-    void each(const std::string& kind, const std::function<void(const std::string& id, std::uint64_t order,
-                                                                const std::string& body)>& visit) const;
+    void each(const std::string& kind,
+              const std::function<void(const std::string& id, std::uint64_t order, const std::string& body)>&
+                  visit) const;
     // All rows or none; false, with the reason in `problem`, when they could not be written.
     bool write(const std::vector<Row>& rows, std::string& problem);
     // Replaces everything.

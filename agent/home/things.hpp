@@ -273,6 +273,7 @@ struct Account {
     bool push_enabled = true;
     std::vector<std::string> push_topics;
     std::vector<PushRegistration> registrations;
+    std::map<std::string, std::string> uploads;  // content id: its type
     std::uint64_t next_id = 1;
     std::uint64_t token_generation = 1;
     std::uint64_t metadata_version = 1;

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "service/places.hpp"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+namespace quorvel::agent {
+
+namespace {
+
+std::string variable(const char* name)
+{
+    const char* value = std::getenv(name);
+    return value == nullptr ? std::string{} : std::string{value};
+}
+
+std::string data_directory()
+{
+    if (const std::string data = variable("XDG_DATA_HOME"); !data.empty())
+        return data + "/quorvel";
+    return variable("HOME") + "/.local/share/quorvel";
+}
+
+std::string socket_directory()
+{
+    if (const std::string home = variable("QUORVEL_HOME_DIR"); !home.empty())
+        return home + "/run";
+    if (const std::string runtime = variable("XDG_RUNTIME_DIR"); !runtime.empty())
+        return runtime + "/quorvel";
+    const std::string uid = std::to_string(geteuid());
+    struct stat info {};
+    if (stat(("/run/user/" + uid).c_str(), &info) == 0 && S_ISDIR(info.st_mode))
+        return "/run/user/" + uid + "/quorvel";
+    return "/tmp/quorvel-" + uid;
+}
+
+}  // namespace
+
+std::string package_directory()
+{
+    const std::string home = variable("QUORVEL_HOME_DIR");
+    return home.empty() ? data_directory() + "/packages" : home + "/packages";
+}
+
+std::string models_directory()
+{
+    const std::string home = variable("QUORVEL_HOME_DIR");
+    return home.empty() ? data_directory() + "/models" : home + "/models";
+}
+
+std::string control_path()
+{
+    const std::string id = variable("QUORVEL_APP_ID");
+    return socket_directory() + "/" + (id.empty() ? app_id : id) + ".control.sock";
+}
+
+}  // namespace quorvel::agent
