@@ -41,7 +41,7 @@ public:
     {
         EXPECT_EQ(set(heard_), 0);
         EXPECT_EQ(agent().request(),
-                  (Sent{i32(about_.set_method_), delegate(about_.delegate_id_, 1, false)}));
+                  (Sent{i32(about_.set_method_), about_.leading_, delegate(about_.delegate_id_, 1, false)}));
         fire(1);
         fire(1);
         EXPECT_EQ(heard_.times, 2);
@@ -54,7 +54,7 @@ public:
         EXPECT_EQ(set(other), 0);
         EXPECT_EQ(agent().requests().size(), 2U);
         EXPECT_EQ(agent().request(),
-                  (Sent{i32(about_.set_method_), delegate(about_.delegate_id_, 2, false)}));
+                  (Sent{i32(about_.set_method_), about_.leading_, delegate(about_.delegate_id_, 2, false)}));
         fire(1);
         EXPECT_EQ(heard_.times + other.times, 0) << "the replaced delegate is gone";
         fire(2);

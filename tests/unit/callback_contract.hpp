@@ -69,6 +69,12 @@ public:
         event_ = std::move(event);
         return std::move(*this);
     }
+    // What stands between the method that sets and the delegate in its request.
+    RepeatingCallback sending(Values leading) &&
+    {
+        leading_ = std::move(leading);
+        return std::move(*this);
+    }
 
 private:
     friend class RepeatingCallbackTest;
@@ -83,6 +89,7 @@ private:
     int unset_method_ = 0;
     int delegate_id_ = 0;
     Values event_;
+    Values leading_;
 };
 
 class OneAnswer {
