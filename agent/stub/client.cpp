@@ -104,7 +104,7 @@ bool Client::send(rpc_port_parcel_h parcel, int copies, bool on_callback_port) n
 {
     if (!alive_)
         return false;
-    const rpc_port_h port = on_callback_port ? callback_port() : main_port_;
+    rpc_port_h port = on_callback_port ? callback_port() : main_port_;
     if (port == nullptr)
         return false;
     for (int i = 0; i < copies; ++i) {

@@ -174,7 +174,7 @@ protected:
         const Owed owed = take();
         if (owed.client == nullptr)
             return false;
-        const rpc_port_parcel_h parcel = begin();
+        rpc_port_parcel_h parcel = begin();
         Writer out{parcel, owed.plan.damage};
         out.number(owed.plan.command);
         (write(out, values), ...);

@@ -130,7 +130,7 @@ private:
     {
         if (!is_answered_now())
             return;
-        const rpc_port_parcel_h parcel = begin();
+        rpc_port_parcel_h parcel = begin();
         if (parcel == nullptr)
             return;
         Writer out{parcel, plan_.damage};

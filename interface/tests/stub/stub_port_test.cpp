@@ -20,6 +20,8 @@ thread_local long allocations = 0;
 
 }  // namespace
 
+// The sanitizers' libraries look for them too.
+#pragma GCC visibility push(default)
 extern "C" {
 void* __real__Znwm(std::size_t size);
 void* __real_malloc(std::size_t size);
@@ -43,6 +45,7 @@ void* __wrap_calloc(std::size_t count, std::size_t size)
     return __real_calloc(count, size);
 }
 }
+#pragma GCC visibility pop
 
 namespace quorvel::stub {
 namespace {
