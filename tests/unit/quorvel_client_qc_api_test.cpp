@@ -1006,7 +1006,7 @@ protected:
     rpc_port_transfer_data_s_h file = nullptr;
 };
 
-TEST_F(FileDetails, GiveCopiesOfNameAndBytesAndTheTellsOwnLength)
+TEST_F(FileDetails, GiveCopiesOfNameAndBytesAndTheLengthAsItIsTold)
 {
     rpc_port_transfer_data_s_set_file_name(file, "a.png");
     rpc_port_transfer_data_s_set_file_length(file, 1000);
