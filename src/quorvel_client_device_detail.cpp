@@ -5,6 +5,7 @@
 #include "internal/named.hpp"
 #include "internal/parameters.hpp"
 #include "internal/properties.hpp"
+#include "internal/property_table.hpp"
 #include "internal/registration.hpp"
 #include "internal/session.hpp"
 
@@ -63,52 +64,33 @@ int read_cloud_device_state(Detail detail, int* state)
     return result;
 }
 
-// The properties by their numbers. A gap is the number of another getter's.
-constexpr TextGetter<Detail> texts[] = {rpc_port_device_detail_s_get_device_id,
-                                        nullptr,
-                                        rpc_port_device_detail_s_get_device_name,
-                                        rpc_port_device_detail_s_get_nick,
-                                        rpc_port_device_detail_s_get_prefix,
-                                        nullptr,
-                                        rpc_port_device_detail_s_get_color,
-                                        rpc_port_device_detail_s_get_locale,
-                                        read_group_id,
-                                        rpc_port_device_detail_s_get_firmware_version,
-                                        rpc_port_device_detail_s_get_manufacture_name,
-                                        rpc_port_device_detail_s_get_vid,
-                                        nullptr,
-                                        nullptr,
-                                        nullptr,
-                                        read_reserved<ui_meta_version>,
-                                        read_reserved<subgroup_id>};
-constexpr NumberGetter<Detail> numbers[] = {nullptr,
-                                            nullptr,
-                                            nullptr,
-                                            nullptr,
-                                            nullptr,
-                                            read_cloud_device_state,
-                                            nullptr,
-                                            nullptr,
-                                            nullptr,
-                                            nullptr,
-                                            nullptr,
-                                            nullptr,
-                                            rpc_port_device_detail_s_get_resource_count};
-constexpr TextListGetter<Detail> text_lists[] = {nullptr,
-                                                 rpc_port_device_detail_s_get_device_type,
-                                                 nullptr,
-                                                 nullptr,
-                                                 nullptr,
-                                                 nullptr,
-                                                 nullptr,
-                                                 nullptr,
-                                                 nullptr,
-                                                 nullptr,
-                                                 nullptr,
-                                                 nullptr,
-                                                 nullptr,
-                                                 rpc_port_device_detail_s_get_resource_uris,
-                                                 rpc_port_device_detail_s_get_observable_resource_uris};
+constexpr Property<TextGetter<Detail>> text_properties[] = {
+    {QUORVEL_CLIENT_DEVICE_DETAIL_PROP_DEVICE_ID, rpc_port_device_detail_s_get_device_id},
+    {QUORVEL_CLIENT_DEVICE_DETAIL_PROP_DEVICE_NAME, rpc_port_device_detail_s_get_device_name},
+    {QUORVEL_CLIENT_DEVICE_DETAIL_PROP_NICK, rpc_port_device_detail_s_get_nick},
+    {QUORVEL_CLIENT_DEVICE_DETAIL_PROP_PREFIX, rpc_port_device_detail_s_get_prefix},
+    {QUORVEL_CLIENT_DEVICE_DETAIL_PROP_COLOR, rpc_port_device_detail_s_get_color},
+    {QUORVEL_CLIENT_DEVICE_DETAIL_PROP_LOCALE, rpc_port_device_detail_s_get_locale},
+    {QUORVEL_CLIENT_DEVICE_DETAIL_PROP_GROUP_ID, read_group_id},
+    {QUORVEL_CLIENT_DEVICE_DETAIL_PROP_FIRMWARE_VERSION, rpc_port_device_detail_s_get_firmware_version},
+    {QUORVEL_CLIENT_DEVICE_DETAIL_PROP_MANUFACTURE_NAME, rpc_port_device_detail_s_get_manufacture_name},
+    {QUORVEL_CLIENT_DEVICE_DETAIL_PROP_VID, rpc_port_device_detail_s_get_vid},
+    {QUORVEL_CLIENT_DEVICE_DETAIL_PROP_UI_META_VERSION, read_reserved<ui_meta_version>},
+    {QUORVEL_CLIENT_DEVICE_DETAIL_PROP_SUBGROUP_ID, read_reserved<subgroup_id>},
+};
+constexpr Property<NumberGetter<Detail>> number_properties[] = {
+    {QUORVEL_CLIENT_DEVICE_DETAIL_PROP_CLOUD_DEVICE_STATE, read_cloud_device_state},
+    {QUORVEL_CLIENT_DEVICE_DETAIL_PROP_RESOURCE_COUNT, rpc_port_device_detail_s_get_resource_count},
+};
+constexpr Property<TextListGetter<Detail>> text_list_properties[] = {
+    {QUORVEL_CLIENT_DEVICE_DETAIL_PROP_DEVICE_TYPE, rpc_port_device_detail_s_get_device_type},
+    {QUORVEL_CLIENT_DEVICE_DETAIL_PROP_RESOURCE_URIS, rpc_port_device_detail_s_get_resource_uris},
+    {QUORVEL_CLIENT_DEVICE_DETAIL_PROP_OBSERVABLE_RESOURCE_URIS,
+     rpc_port_device_detail_s_get_observable_resource_uris},
+};
+constexpr auto texts = property_table<text_properties>();
+constexpr auto numbers = property_table<number_properties>();
+constexpr auto text_lists = property_table<text_list_properties>();
 
 }  // namespace
 
@@ -148,7 +130,7 @@ int quorvel_client_device_detail_get_int(quorvel_client_device_detail_h detail, 
     return LocalCall{}
         .agent(1, 0)
         .require(detail != nullptr && value != nullptr)
-        .then(number_property(numbers, detail, property_id, value))
+        .then(number_property(numbers.by_id, detail, property_id, value))
         .result();
 }
 
@@ -162,7 +144,7 @@ int quorvel_client_device_detail_get_string(quorvel_client_device_detail_h detai
         .require(detail != nullptr && value != nullptr)
         .require(!is_only_in_reserved || has_values_in_reserved(), "Lower version error",
                  QUORVEL_CLIENT_ERROR_LOWER_VERSION)
-        .then(text_property(texts, detail, property_id, value))
+        .then(text_property(texts.by_id, detail, property_id, value))
         .result();
 }
 
@@ -172,7 +154,7 @@ int quorvel_client_device_detail_get_string_array(quorvel_client_device_detail_h
     return LocalCall{}
         .agent(1, 0)
         .require(detail != nullptr && list != nullptr && count != nullptr)
-        .then(text_list_property(text_lists, detail, property_id, list, count))
+        .then(text_list_property(text_lists.by_id, detail, property_id, list, count))
         .result();
 }
 

@@ -8,6 +8,7 @@
 #include "internal/named.hpp"
 #include "internal/parameters.hpp"
 #include "internal/properties.hpp"
+#include "internal/property_table.hpp"
 #include "internal/registration.hpp"
 
 using namespace quorvel;
@@ -95,16 +96,12 @@ constexpr TextGetter<Group> texts[] = {
     rpc_port_group_s_get_group_nick, rpc_port_group_s_get_group_owner,
     rpc_port_group_s_get_group_type, rpc_port_group_s_get_group_background_image,
     rpc_port_group_s_get_parent_id};
-constexpr TextListGetter<Group> text_lists[] = {nullptr,
-                                                nullptr,
-                                                nullptr,
-                                                nullptr,
-                                                nullptr,
-                                                nullptr,
-                                                nullptr,
-                                                read_device_list<first_generation>,
-                                                read_device_list<second_generation>,
-                                                rpc_port_group_s_get_subgroup_list};
+constexpr Property<TextListGetter<Group>> text_list_properties[] = {
+    {QUORVEL_CLIENT_GROUP_PROP_DEVICE_LIST_V1, read_device_list<first_generation>},
+    {QUORVEL_CLIENT_GROUP_PROP_DEVICE_LIST_V2, read_device_list<second_generation>},
+    {QUORVEL_CLIENT_GROUP_PROP_SUBGROUP_LIST, rpc_port_group_s_get_subgroup_list},
+};
+constexpr auto text_lists = property_table<text_list_properties>();
 
 }  // namespace
 
@@ -175,7 +172,7 @@ int quorvel_client_group_get_string_array(quorvel_client_group_h group, int prop
     return LocalCall{}
         .agent(1, 0)
         .require(group != nullptr && list != nullptr && count != nullptr)
-        .then(text_list_property(text_lists, group, property_id, list, count))
+        .then(text_list_property(text_lists.by_id, group, property_id, list, count))
         .result();
 }
 
