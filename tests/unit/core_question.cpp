@@ -101,6 +101,12 @@ Question Question::missing_out(std::string words) &&
     return std::move(*this);
 }
 
+Question Question::looking_at_proxy_first() &&
+{
+    looks_at_proxy_first_ = true;
+    return std::move(*this);
+}
+
 Question Question::looking_at_out_first() &&
 {
     looks_at_out_first_ = true;
@@ -449,7 +455,8 @@ bool register_questions(const char* source, std::initializer_list<Question> ques
         add(of_all);
         if (!question.arguments_.empty()) {
             add(of_texts);
-            add(of_the_proxy);
+            if (!question.looks_at_proxy_first_)
+                add(of_the_proxy);
         }
         if (question.kind_ != Question::Kind::nothing)
             add(of_answers);

@@ -76,6 +76,8 @@ public:
 
     // A text is handed out also when the agent refuses.
     Question with_errors() &&;
+    // Where a handle without a proxy is told before the texts are looked at.
+    Question looking_at_proxy_first() &&;
     // What is said about a missing place for the text.
     Question missing_out(std::string words) &&;
     // That place is looked at before anything else; and in most of these functions it is cleared then.
@@ -128,6 +130,7 @@ private:
     std::function<BundleItems(void*)> contents_;
     bool with_errors_ = false;
     std::string missing_out_ = "invalid parameter";
+    bool looks_at_proxy_first_ = false;
     bool looks_at_out_first_ = false;
     bool clears_out_first_ = false;
 };
