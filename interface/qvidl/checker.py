@@ -62,7 +62,9 @@ KEYWORDS = frozenset(
 )
 
 # What the generated functions call their own things.
-TAKEN = frozenset("ask call client clone delegate h holder list parcel parcelable proxy service size user_data".split())
+TAKEN = frozenset(
+    "ask call client clone delegate h holder list parcel parcelable proxy service size user_data".split()
+)
 TAKEN_TYPES = frozenset(
     """array arrays boolean bundle call callback client damage delegates field interface kind later method
     methods number out parameter plan reader record records request server service strings text
@@ -122,8 +124,15 @@ class _Checker:
             self._wrong(
                 found.interface.position, f'interface "{found.interface.text}" has no methods, declare one'
             )
-        types: list[RecordSyntax | ArraySyntax | DelegateSyntax] = [*found.records, *found.arrays, *found.delegates]
-        declarations: list[RecordSyntax | ArraySyntax | DelegateSyntax | MethodSyntax] = [*types, *found.methods]
+        types: list[RecordSyntax | ArraySyntax | DelegateSyntax] = [
+            *found.records,
+            *found.arrays,
+            *found.delegates,
+        ]
+        declarations: list[RecordSyntax | ArraySyntax | DelegateSyntax | MethodSyntax] = [
+            *types,
+            *found.methods,
+        ]
         for declaration in declarations:
             self._plain(declaration.name)
             if not declaration.doc:
@@ -159,7 +168,8 @@ class _Checker:
             if other is not name:
                 self._wrong(
                     name.position,
-                    f'"{name.text}" is declared already{within}, at line {other.position.line}, choose another name',
+                    f'"{name.text}" is declared already{within}, at line {other.position.line},'
+                    " choose another name",
                 )
 
     def _numbers(self, what: str, declared: Sequence[DelegateSyntax | MethodSyntax], smallest: int) -> None:
@@ -174,9 +184,13 @@ class _Checker:
             where = one.name.position
             other = used.get(one.number)
             if one.number < smallest:
-                self._wrong(where, f'{what}s are numbered from {smallest}, give "{one.name.text}" another number')
+                self._wrong(
+                    where, f'{what}s are numbered from {smallest}, give "{one.name.text}" another number'
+                )
             elif other == "retired":
-                self._wrong(where, f'{what} {one.number} is retired, give "{one.name.text}" a number of its own')
+                self._wrong(
+                    where, f'{what} {one.number} is retired, give "{one.name.text}" a number of its own'
+                )
             elif other is not None:
                 self._wrong(
                     where,
@@ -188,7 +202,11 @@ class _Checker:
         by_number = {one.number: one for one in reversed(declared)}
         for number in sorted(number for number in used if number >= smallest):
             if number > expected and number in by_number:
-                missing = f"number {expected} is" if number == expected + 1 else f"numbers {expected} to {number - 1} are"
+                missing = (
+                    f"number {expected} is"
+                    if number == expected + 1
+                    else f"numbers {expected} to {number - 1} are"
+                )
                 self._wrong(
                     by_number[number].name.position,
                     f'{what} {missing} missing before "{by_number[number].name.text}", number it {expected}'
@@ -263,9 +281,13 @@ class _Checker:
             secret = False
             for attribute in parameter.attributes:
                 if attribute.text != "secret":
-                    self._wrong(attribute.position, f'there is no attribute "{attribute.text}", only [secret]')
+                    self._wrong(
+                        attribute.position, f'there is no attribute "{attribute.text}", only [secret]'
+                    )
                 elif secret:
-                    self._wrong(attribute.position, f'"{parameter.name.text}" is secret already, remove one [secret]')
+                    self._wrong(
+                        attribute.position, f'"{parameter.name.text}" is secret already, remove one [secret]'
+                    )
                 else:
                     secret = True
             if type_ is None:
@@ -274,7 +296,9 @@ class _Checker:
                 instead = "array of strings" if type_.kind is Kind.STRING_LIST else "record that holds it"
                 self._wrong(
                     parameter.name.position,
-                    f'a parameter cannot be of type "{parameter.type}", use an {instead}'.replace("an record", "a record"),
+                    f'a parameter cannot be of type "{parameter.type}", use an {instead}'.replace(
+                        "an record", "a record"
+                    ),
                 )
                 continue
             if secret and type_.kind not in SECRET_KINDS:
@@ -295,7 +319,8 @@ class _Checker:
                 if self._types.get(str(parameter.type), STRING).kind is Kind.DELEGATE:
                     self._wrong(
                         parameter.name.position,
-                        f'delegate "{delegate.name.text}" cannot carry a delegate, only a method can take one',
+                        f'delegate "{delegate.name.text}" cannot carry a delegate,'
+                        " only a method can take one",
                     )
             delegates.append(
                 Delegate(delegate.name.text, delegate.number, parameters, delegate.once, delegate.doc)
@@ -311,7 +336,8 @@ class _Checker:
                 if str(parameter.type) == "int64":
                     self._wrong(
                         parameter.name.position,
-                        f'method "{method.name.text}" cannot carry an int64, only a delegate can; use int32 or string',
+                        f'method "{method.name.text}" cannot carry an int64, only a delegate can;'
+                        " use int32 or string",
                     )
             self._unique(method.users, f' as a caller of "{method.name.text}"')
             returns = INT32
@@ -353,7 +379,10 @@ class _Checker:
                     " put all that go in first",
                 )
             seen_out = seen_out or parameter.direction == "out"
-            if parameter.direction == "out" and self._types.get(str(parameter.type), STRING).kind is Kind.DELEGATE:
+            if (
+                parameter.direction == "out"
+                and self._types.get(str(parameter.type), STRING).kind is Kind.DELEGATE
+            ):
                 self._wrong(
                     parameter.name.position,
                     f'delegate "{parameter.name.text}" cannot come out of a method, write "in"',

@@ -85,7 +85,9 @@ def _unreadable(rest: str, position: Position) -> DescriptionError:
     if rest[0].isdigit():
         wrong = re.match(r"[0-9A-Za-z_]+", rest)
         assert wrong is not None
-        return fail(position, f'"{wrong.group()}" is neither a number nor a name, a name begins with a letter')
+        return fail(
+            position, f'"{wrong.group()}" is neither a number nor a name, a name begins with a letter'
+        )
     if rest[0] in "\"'":
         return fail(position, "there are no quoted texts in a description, remove the quotation mark")
     if rest[0] == "/":

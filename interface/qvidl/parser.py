@@ -77,7 +77,9 @@ class _Parser:
         fields: list[FieldSyntax] = []
         while not self._accept("}"):
             field_doc = self._next.doc
-            fields.append(FieldSyntax(self._type('a field\'s type or "}"'), self._name("the field's name"), field_doc))
+            fields.append(
+                FieldSyntax(self._type('a field\'s type or "}"'), self._name("the field's name"), field_doc)
+            )
             self._symbol(";")
         found.records.append(RecordSyntax(name, tuple(fields), doc))
 
@@ -112,7 +114,9 @@ class _Parser:
         what = self._take()
         if what.text not in ("method", "delegate"):
             raise self._expected('"method" or "delegate"', what)
-        found.retired.append(RetiredSyntax(what.text, self._number(f"the {what.text}'s number"), what.position))
+        found.retired.append(
+            RetiredSyntax(what.text, self._number(f"the {what.text}'s number"), what.position)
+        )
         self._symbol(";")
 
     # Their pieces.
@@ -150,7 +154,9 @@ class _Parser:
                 self._next.position,
                 f'a delegate\'s parameters have no direction, remove "{self._next.text}"',
             )
-        return ParameterSyntax(self._type("a type"), self._name("the parameter's name"), direction, tuple(attributes))
+        return ParameterSyntax(
+            self._type("a type"), self._name("the parameter's name"), direction, tuple(attributes)
+        )
 
     def _type(self, what: str) -> TypeName:
         name = self._name(what)
@@ -171,7 +177,9 @@ class _Parser:
         token = self._take()
         number = int(token.text)
         if number > LARGEST_NUMBER:
-            raise fail(token.position, f"{token.text} does not fit into an int32, {LARGEST_NUMBER} is the largest")
+            raise fail(
+                token.position, f"{token.text} does not fit into an int32, {LARGEST_NUMBER} is the largest"
+            )
         return number
 
     def _symbol(self, text: str) -> None:

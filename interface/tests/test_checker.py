@@ -28,7 +28,9 @@ class Checker(unittest.TestCase):
         self.assertEqual(small.families, ("home", "account"))
         self.assertEqual(small.arrays[0], Array("array_lamp_s", Type(Kind.RECORD, "lamp_s"), ("Lamps.",)))
         self.assertEqual(small.arrays[0].elements, "array_lamp_ss")
-        self.assertEqual(small.records[1].doc, ('A place, "as it is"; everything lies in one bundle.', "A second line."))
+        self.assertEqual(
+            small.records[1].doc, ('A place, "as it is"; everything lies in one bundle.', "A second line.")
+        )
 
     def test_sorts_methods_by_number_whatever_their_family(self) -> None:
         small = read_interface(HERE / "small.idl")
@@ -40,11 +42,16 @@ class Checker(unittest.TestCase):
         secret = [method.name for method in small.methods if method.secret]
         self.assertEqual(
             secret,
-            ["exchange_secrets", "ask_for_a_token_with_quite_a_long_name_so_that_lines_must_be_broken_somewhere"],
+            [
+                "exchange_secrets",
+                "ask_for_a_token_with_quite_a_long_name_so_that_lines_must_be_broken_somewhere",
+            ],
         )
 
     def test_a_method_returns_int32_unless_it_says_bool(self) -> None:
-        small = checked("interface a;\nfamily f;\n// R.\nmethod ring = 2 ();\n// I.\nmethod is_on = 3 () returns bool;")
+        small = checked(
+            "interface a;\nfamily f;\n// R.\nmethod ring = 2 ();\n// I.\nmethod is_on = 3 () returns bool;"
+        )
         self.assertEqual([method.returns.name for method in small.methods], ["int32", "bool"])
 
     def test_types_may_be_declared_behind_their_use(self) -> None:
@@ -86,8 +93,12 @@ class Checker(unittest.TestCase):
             {method.number for method in qv_client.methods if any(one.secret for one in method.parameters)},
             {5, 65, 66, 81, 93},
         )
-        self.assertEqual({delegate.number for delegate in qv_client.delegates if delegate.secret}, {15, 20, 24})
-        self.assertEqual({method.number for method in qv_client.methods if method.secret}, {5, 37, 46, 62, 65, 66, 81, 93})
+        self.assertEqual(
+            {delegate.number for delegate in qv_client.delegates if delegate.secret}, {15, 20, 24}
+        )
+        self.assertEqual(
+            {method.number for method in qv_client.methods if method.secret}, {5, 37, 46, 62, 65, 66, 81, 93}
+        )
 
 
 class BadDescriptions(unittest.TestCase):

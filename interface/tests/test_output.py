@@ -64,7 +64,9 @@ class Output(unittest.TestCase):
             ]
             self.assertEqual(main([str(HERE.parent / "qv_client.idl"), *wanted]), 0)
             for name in files:
-                for number, line in enumerate((Path(made) / name).read_text(encoding="utf-8").split("\n"), start=1):
+                for number, line in enumerate(
+                    (Path(made) / name).read_text(encoding="utf-8").split("\n"), start=1
+                ):
                     self.assertLessEqual(len(line), 110, f"{name}:{number}")
                     self.assertEqual(line, line.rstrip(), f"{name}:{number}")
 

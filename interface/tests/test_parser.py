@@ -37,7 +37,9 @@ class Parser(unittest.TestCase):
         )
 
     def test_keeps_the_comments_of_declarations_and_fields(self) -> None:
-        found = parse("// A home.\ninterface home;\n// A lamp.\nrecord lamp_s {\n// Its id.\nstring id;\n}", "x.idl")
+        found = parse(
+            "// A home.\ninterface home;\n// A lamp.\nrecord lamp_s {\n// Its id.\nstring id;\n}", "x.idl"
+        )
         self.assertEqual(found.doc, ("A home.",))
         self.assertEqual(found.records[0].doc, ("A lamp.",))
         self.assertEqual(found.records[0].fields[0].doc, ("Its id.",))
@@ -47,7 +49,9 @@ class Parser(unittest.TestCase):
         self.assertEqual((array.name, array.element), (name("array_string"), type_name("string")))
 
     def test_reads_a_delegate_with_its_number_and_that_it_is_for_one_call(self) -> None:
-        found = parse("interface home; delegate a_cb = 7 ([secret] string s) once; delegate b_cb = 8 ();", "x.idl")
+        found = parse(
+            "interface home; delegate a_cb = 7 ([secret] string s) once; delegate b_cb = 8 ();", "x.idl"
+        )
         first, second = found.delegates
         self.assertEqual((first.number, first.once), (7, True))
         self.assertEqual(
@@ -57,7 +61,8 @@ class Parser(unittest.TestCase):
 
     def test_reads_a_method_with_directions_result_and_callers(self) -> None:
         (method,) = parse(
-            "interface home; method ring = 2 (in string how, out int32 often) returns bool used by a, b;", "x.idl"
+            "interface home; method ring = 2 (in string how, out int32 often) returns bool used by a, b;",
+            "x.idl",
         ).methods
         self.assertEqual(method.number, 2)
         self.assertEqual([one.direction for one in method.parameters], ["in", "out"])
@@ -76,7 +81,9 @@ class Parser(unittest.TestCase):
         self.assertEqual([(one.what, one.number) for one in found.retired], [("method", 5), ("delegate", 6)])
 
     def test_a_word_that_begins_a_declaration_is_a_good_name_for_a_parameter(self) -> None:
-        (method,) = parse("interface home; method ring = 2 (in string record, in string out);", "x.idl").methods
+        (method,) = parse(
+            "interface home; method ring = 2 (in string record, in string out);", "x.idl"
+        ).methods
         self.assertEqual([one.name.text for one in method.parameters], ["record", "out"])
 
     def test_a_symbol_forgotten_at_the_end_of_a_line_is_missed_there(self) -> None:

@@ -46,7 +46,9 @@ class Robust(unittest.TestCase):
         chance = random.Random(2)
         for _ in range(ROUNDS):
             at = chance.randrange(len(whole))
-            self.judge(whole[:at] + chr(chance.choice((0, 9, 34, 47, 92, 123, 0x00E9, 0x4E2D, 0x1F4A1))) + whole[at:])
+            self.judge(
+                whole[:at] + chr(chance.choice((0, 9, 34, 47, 92, 123, 0x00E9, 0x4E2D, 0x1F4A1))) + whole[at:]
+            )
 
     def test_every_bad_description_cut_short_at_every_character(self) -> None:
         for path in sorted((HERE / "bad").glob("*.idl")):

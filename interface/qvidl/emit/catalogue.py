@@ -50,7 +50,8 @@ def emit_source(interface: Interface, source: str, header: str) -> str:
     delegates = {delegate.name: f"&delegates[{index}]" for index, delegate in enumerate(interface.delegates)}
     used = _used_types(interface)
     constants = {
-        kind: [_constant(type_, records, arrays, delegates) for type_ in used if type_.kind is kind] for kind in Kind
+        kind: [_constant(type_, records, arrays, delegates) for type_ in used if type_.kind is kind]
+        for kind in Kind
     }
     built_in = [line for kind in _PLAIN_CONSTANTS for line in constants[kind]]
     return blocks(
@@ -190,7 +191,8 @@ def emit_json(interface: Interface, _source: str) -> str:
 
     def values(parameters: Sequence[Parameter]) -> list[dict[str, Any]]:
         return [
-            {"name": one.name, "type": one.type.name, **({"secret": True} if one.secret else {})} for one in parameters
+            {"name": one.name, "type": one.type.name, **({"secret": True} if one.secret else {})}
+            for one in parameters
         ]
 
     everything = {

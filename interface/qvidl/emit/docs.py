@@ -51,18 +51,25 @@ def emit(interface: Interface, source: str) -> str:
     parts += ["## Delegates", _index(interface.delegates)]
     parts += [_delegate(interface, delegate) for delegate in interface.delegates]
     parts += ["## Records", *(_record(record) for record in interface.records)]
-    parts += ["## Arrays", "\n".join(["| array | of |", "|---|---|", *(_array(array) for array in interface.arrays)])]
+    parts += [
+        "## Arrays",
+        "\n".join(["| array | of |", "|---|---|", *(_array(array) for array in interface.arrays)]),
+    ]
     return "\n\n".join(parts) + "\n"
 
 
 def _index(things: Sequence[Method | Delegate]) -> str:
-    rows = [f"| {thing.number} | [`{thing.name}`](#{_anchor(thing)}) | {_first(thing.doc)} |" for thing in things]
+    rows = [
+        f"| {thing.number} | [`{thing.name}`](#{_anchor(thing)}) | {_first(thing.doc)} |" for thing in things
+    ]
     return "\n".join(["| id | name | |", "|---|---|---|", *rows])
 
 
 def _anchor(thing: Method | Delegate | Record | Type) -> str:
     kinds = {Method: "method", Delegate: "delegate", Record: "record"}
-    what = kinds.get(type(thing)) or ("delegate" if getattr(thing, "kind", None) is Kind.DELEGATE else "record")
+    what = kinds.get(type(thing)) or (
+        "delegate" if getattr(thing, "kind", None) is Kind.DELEGATE else "record"
+    )
     return f"{what}-{thing.name}"
 
 

@@ -58,17 +58,17 @@ def emit(interface: Interface, source: str, file_name: str) -> str:
                 "Delegates: the client's end of the callbacks that the agent makes.",
                 "",
                 "A delegate is created with the callback and its user data, and handed to a method. From then"
-                " on it belongs to the proxy: a once delegate ends with its first call, any other with _dispose"
-                " or with the proxy. One that was handed to no method is released with _destroy. What a callback"
-                " is given lives until it returns.",
+                " on it belongs to the proxy: a once delegate ends with its first call, any other with"
+                " _dispose or with the proxy. One that was handed to no method is released with _destroy."
+                " What a callback is given lives until it returns.",
             ),
             *(_delegate(client, delegate) for delegate in interface.delegates),
             _section(
                 "Methods. Each waits for the agent's answer and returns the agent's result, 0 for success, or"
                 " -1 when there was no answer; then what comes out is left as it was.",
                 "",
-                "A text that comes out is released with free(), a record or an array with its _destroy. A text"
-                " that goes in may be NULL and is sent as an empty one.",
+                "A text that comes out is released with free(), a record or an array with its _destroy. A"
+                " text that goes in may be NULL and is sent as an empty one.",
             ),
             *(_method(client, method) for method in interface.methods),
             _TAIL.format(guard=guard),
@@ -88,7 +88,9 @@ def _record(record: Record) -> str:
     for field in record.fields:
         accessors.append(call(f"int {prefix}_set_{field.name}", names.setter_parameters(record, field), ";"))
         accessors.append(call(f"int {prefix}_get_{field.name}", names.getter_parameters(record, field), ";"))
-    return "\n".join([c_comment(record.doc), *_structure(prefix, members), *_life(prefix, handle), *accessors])
+    return "\n".join(
+        [c_comment(record.doc), *_structure(prefix, members), *_life(prefix, handle), *accessors]
+    )
 
 
 def _array(array: Array) -> str:
@@ -129,7 +131,9 @@ def _proxy(client: ClientNames) -> str:
         "rejected": "The agent refused the connection, or could not be started.",
     }
     events = [
-        c_comment([doc]) + "\n" + call(f"typedef void (*{client.event(event)})", [f"{handle} h", "void* user_data"], ";")
+        c_comment([doc])
+        + "\n"
+        + call(f"typedef void (*{client.event(event)})", [f"{handle} h", "void* user_data"], ";")
         for event, doc in told.items()
     ]
     event_members = [f"    {client.event(event)} {event};" for event in told]
@@ -188,13 +192,23 @@ def _delegate(client: ClientNames, delegate: Delegate) -> str:
         call(f"typedef void (*{callback})", ["void* user_data", *parameters], ";"),
         *_structure(
             prefix,
-            ["    int id;", "    int seq_id;", f"    {callback} callback;", "    bool once;", "    void* user_data;"],
+            [
+                "    int id;",
+                "    int seq_id;",
+                f"    {callback} callback;",
+                "    bool once;",
+                "    void* user_data;",
+            ],
         ),
         call(f"{handle} {prefix}_create", [f"{callback} callback", "bool once", "void* user_data"], ";"),
         call(f"int {prefix}_destroy", [f"{handle} h"], ";"),
         call(f"int {client.dispose(delegate)}", [f"{client.proxy_handle} proxy", f"{handle} h"], ";"),
         *(
-            call(f"void {client.parcelable(delegate, way)}", ["rpc_port_parcel_h parcel", "void* delegate"], ";")
+            call(
+                f"void {client.parcelable(delegate, way)}",
+                ["rpc_port_parcel_h parcel", "void* delegate"],
+                ";",
+            )
             for way in ("to", "from")
         ),
         call(f"void {client.dispatcher(delegate)}", DISPATCH_PARAMETERS, ";"),
@@ -207,7 +221,10 @@ DISPATCH_PARAMETERS = ("GList** list", "rpc_port_parcel_h parcel", "int seq_id",
 
 def method_signature(client: ClientNames, method: Method) -> tuple[str, list[str]]:
     returns = "bool" if method.returns.kind is Kind.BOOL else "int"
-    parameters = [f"{client.proxy_handle} h", *(client.parameter(parameter) for parameter in method.parameters)]
+    parameters = [
+        f"{client.proxy_handle} h",
+        *(client.parameter(parameter) for parameter in method.parameters),
+    ]
     return f"{returns} {client.invoke(method.name)}", parameters
 
 

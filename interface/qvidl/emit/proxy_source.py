@@ -64,7 +64,9 @@ def _parcelable_declarations(name: str) -> str:
 def _parcelable(name: str, what: str) -> list[str]:
     return [
         _function(
-            f"static void {name}_{way}", _PARCELABLE_PARAMETERS, f"    proxy::{verb}_{what}(proxy::{name}, parcel, data);"
+            f"static void {name}_{way}",
+            _PARCELABLE_PARAMETERS,
+            f"    proxy::{verb}_{what}(proxy::{name}, parcel, data);",
         )
         for way, verb in (("to", "write"), ("from", "read"))
     ]
@@ -75,7 +77,10 @@ def _life(prefix: str, handle: str, type_name: str) -> list[str]:
         _forward(f"int {prefix}_create", [f"{handle}* h"], "create_record", [type_name, "h"]),
         _forward(f"int {prefix}_destroy", [f"{handle} h"], "destroy_record", [type_name, "h"]),
         _forward(
-            f"int {prefix}_clone", [f"{handle} h", f"{handle}* clone"], "clone_record", [type_name, "h", "clone"]
+            f"int {prefix}_clone",
+            [f"{handle} h", f"{handle}* clone"],
+            "clone_record",
+            [type_name, "h", "clone"],
         ),
     ]
 
@@ -111,7 +116,11 @@ def _record(record: Record) -> str:
             ("get", names.getter_parameters(record, field)),
         ):
             head = f"int {prefix}_{way}_{field.name}"
-            accessors.append(_forward(head, parameters, f"{way}_{kind}", [f"proxy::{record.name}", "h", field_row, *values]))
+            accessors.append(
+                _forward(
+                    head, parameters, f"{way}_{kind}", [f"proxy::{record.name}", "h", field_row, *values]
+                )
+            )
     return "\n\n".join(
         [
             f"// record {record.name}\n{_parcelable_declarations(record.name)}",
@@ -154,8 +163,12 @@ def _array(array: Array) -> str:
             braces(f"constinit const proxy::ArrayType proxy::{array.name} = ", values, ";"),
             *_parcelable(array.name, "array"),
             *_life(prefix, handle, f"proxy::{array.name}"),
-            _forward(f"int {prefix}_set_{array.elements}", names.elements_in(array), f"set_{what}", arguments),
-            _forward(f"int {prefix}_get_{array.elements}", names.elements_out(array), f"get_{what}", arguments),
+            _forward(
+                f"int {prefix}_set_{array.elements}", names.elements_in(array), f"set_{what}", arguments
+            ),
+            _forward(
+                f"int {prefix}_get_{array.elements}", names.elements_out(array), f"get_{what}", arguments
+            ),
         ]
     )
 
@@ -234,7 +247,9 @@ def _dispatch_table(interface: Interface) -> str:
     rows = []
     for number in range(last + 1):
         delegate = by_number.get(number)
-        rows.append(f'    {{"{delegate.name}", dispatch_{delegate.name}}},' if delegate else "    {nullptr, nullptr},")
+        rows.append(
+            f'    {{"{delegate.name}", dispatch_{delegate.name}}},' if delegate else "    {nullptr, nullptr},"
+        )
     return "\n".join(
         [
             "// By the number of the delegate; numbers without one stay empty.",
@@ -256,7 +271,10 @@ def _proxy(client: ClientNames) -> str:
     return "\n\n".join(
         [
             _forward(
-                f"int {client.proxy}_create", create, "create_proxy", ["stub_appid", "callback", "user_data", "h"]
+                f"int {client.proxy}_create",
+                create,
+                "create_proxy",
+                ["stub_appid", "callback", "user_data", "h"],
             ),
             _forward(f"int {client.proxy}_connect", [f"{handle} h"], "connect_proxy", ["h"]),
             _forward(f"int {client.proxy}_destroy", [f"{handle} h"], "destroy_proxy", ["h"]),
