@@ -190,7 +190,8 @@ def _service(interface: Interface) -> str:
             comment(
                 [
                     "What the agent does: a function a method, which gives the method's result, 0 for"
-                    " success. One that is not overridden says so in the log and answers that it is not supported."
+                    " success. One that is not overridden says so in the log and answers that it is not"
+                    " supported."
                 ]
             ),
             "class Service : public BasicService {",
