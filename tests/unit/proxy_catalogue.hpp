@@ -476,8 +476,17 @@ struct DelegateWire<Tag, void(Parameters...)> {
         return all;
     }
 
-    // As a parameter of a request: the first of its type in this process, made for one call.
-    static auto make(int) { return Tag::create(record_call, true, nullptr); }
+    // As a parameter of a request, made for one call. Its number is how many of its type there were so far.
+    static auto make(int)
+    {
+        ++made();
+        return Tag::create(record_call, true, nullptr);
+    }
+    static int& made()
+    {
+        static int so_far = 0;
+        return so_far;
+    }
     template <typename Handle>
     static void dispose(Handle h)
     {
@@ -485,7 +494,7 @@ struct DelegateWire<Tag, void(Parameters...)> {
             Tag::destroy(h);
         }
     }
-    static Values values(int) { return scripted::delegate(Tag::id, 1, true); }
+    static Values values(int) { return scripted::delegate(Tag::id, made(), true); }
 };
 
 #define DELEGATE(number, delegate_name, parameter_list)                                     \

@@ -351,10 +351,11 @@ TEST_P(EveryDelegate, CannotBeDisposedOfWithoutAHandle)
     EXPECT_EQ(type.dispose(nullptr, h), -1);
     EXPECT_EQ(type.dispose(proxy, nullptr), -1);
     ASSERT_EQ(errors().size(), 2U);
+    void* const none = nullptr;
     char expected[100];
-    std::snprintf(expected, sizeof expected, "Invalid handle %p %p", nullptr, h);
+    std::snprintf(expected, sizeof expected, "Invalid handle %p %p", none, h);
     EXPECT_EQ(errors()[0], proxy_error(type.dispose_name(), expected));
-    std::snprintf(expected, sizeof expected, "Invalid handle %p %p", static_cast<void*>(proxy), nullptr);
+    std::snprintf(expected, sizeof expected, "Invalid handle %p %p", static_cast<void*>(proxy), none);
     EXPECT_EQ(errors()[1], proxy_error(type.dispose_name(), expected));
     type.destroy(h);
 }

@@ -5,37 +5,48 @@
 // runs in a forked child, with 30 seconds to live; its output is shown when it fails, and what the
 // sanitizers find at its end is a failure too.
 //
-//     name_of_binary [--no-fork] [--verbose] [the options of GoogleTest, e.g. --gtest_filter=…]
+// Tests that leave nothing behind may share a child (--share=64) where a process for each costs too much, as
+// it does under the sanitizers. When one of them fails, all in that child run again, each by itself.
+//
+//     name_of_binary [--share=N] [--no-fork] [--verbose] [the options of GoogleTest, e.g. --gtest_filter=…]
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
 
 constexpr unsigned seconds_to_live = 30;
+constexpr unsigned seconds_to_live_when_shared = 240;
 
 struct Outcome {
     int status = -1;
     std::string output;
-    bool says(const char* words) const { return output.find(words) != std::string::npos; }
-    bool skipped() const { return ended_well() && says("[  SKIPPED ] 1 test"); }
+
+    bool says(const std::string& words) const { return output.find(words) != std::string::npos; }
     // A test that left by exit(0) did not pass.
-    bool passed() const { return ended_well() && says("[  PASSED  ] 1 test"); }
+    bool passed(std::size_t tests) const
+    {
+        return ended_well()
+               && says("[  PASSED  ] " + std::to_string(tests) + (tests == 1 ? " test" : " tests"));
+    }
+    bool skipped() const { return ended_well() && says("[  SKIPPED ] 1 test"); }
 
 private:
     bool ended_well() const { return WIFEXITED(status) && WEXITSTATUS(status) == 0; }
 };
 
 // Runs the tests that the filter names in a child and keeps what it prints.
-Outcome run_in_child(const std::string& filter, bool list_only)
+Outcome run_in_child(const std::string& filter, unsigned seconds, bool list_only = false)
 {
     std::FILE* const captured = std::tmpfile();
     if (!captured) {
@@ -46,7 +57,7 @@ Outcome run_in_child(const std::string& filter, bool list_only)
     std::fflush(nullptr);
     const pid_t child = fork();
     if (child == 0) {
-        alarm(seconds_to_live);
+        alarm(seconds);
         dup2(fileno(captured), STDOUT_FILENO);
         dup2(fileno(captured), STDERR_FILENO);
         testing::GTEST_FLAG(filter) = filter;
@@ -70,7 +81,7 @@ Outcome run_in_child(const std::string& filter, bool list_only)
 // "Suite.\n  First\n  Second  # GetParam() = …\n" as names of tests.
 std::vector<std::string> names_of_tests()
 {
-    const std::string list = run_in_child(testing::GTEST_FLAG(filter), true).output;
+    const std::string list = run_in_child(testing::GTEST_FLAG(filter), seconds_to_live, true).output;
     std::vector<std::string> names;
     std::string suite;
     std::size_t at = 0;
@@ -97,6 +108,77 @@ std::string how_it_ended(int status)
     return "ended with " + std::to_string(WEXITSTATUS(status));
 }
 
+class Run {
+public:
+    explicit Run(bool verbose) : verbose_(verbose) {}
+
+    void each_alone(const std::vector<std::string>& names)
+    {
+        for (const std::string& name : names) {
+            const Outcome outcome = run_in_child(name, seconds_to_live);
+            if (outcome.passed(1)) {
+                ++passed_;
+                show(outcome, verbose_);
+            } else if (outcome.skipped()) {
+                ++skipped_;
+                show(outcome, true);
+            } else {
+                fail(name, outcome);
+            }
+        }
+    }
+
+    void together(const std::vector<std::string>& names)
+    {
+        std::string filter;
+        for (const std::string& name : names) {
+            filter += (filter.empty() ? "" : ":") + name;
+        }
+        const Outcome outcome = run_in_child(filter, seconds_to_live_when_shared);
+        if (outcome.passed(names.size())) {
+            passed_ += names.size();
+            show(outcome, verbose_);
+            return;
+        }
+        const std::size_t failed_before = failed_.size();
+        const std::size_t skipped_before = skipped_;
+        each_alone(names);
+        if (failed_.size() == failed_before && skipped_ == skipped_before) {
+            fail("only together: " + names.front() + " and those after it", outcome);
+        }
+    }
+
+    bool report() const
+    {
+        std::cout << passed_ + skipped_ + failed_.size() << " tests: " << passed_ << " passed, " << skipped_
+                  << " skipped, " << failed_.size() << " failed\n";
+        for (const std::string& name : failed_) {
+            std::cout << "    " << name << '\n';
+        }
+        return failed_.empty() && passed_ + skipped_ > 0;
+    }
+
+private:
+    static void show(const Outcome& outcome, bool wanted)
+    {
+        if (wanted) {
+            std::cout << outcome.output;
+        }
+    }
+
+    void fail(const std::string& name, const Outcome& outcome)
+    {
+        failed_.push_back(name);
+        show(outcome, true);
+        std::cout << "[ FAILED ] " << name << ' ' << how_it_ended(outcome.status) << std::endl;
+    }
+
+    bool verbose_;
+    std::size_t passed_ = 0;
+    std::size_t skipped_ = 0;
+    std::vector<std::string> failed_;
+};
+
 }  // namespace
 
 int main(int argc, char** argv)
@@ -104,13 +186,17 @@ int main(int argc, char** argv)
     testing::InitGoogleMock(&argc, argv);
     bool fork_tests = !testing::GTEST_FLAG(list_tests);
     bool verbose = false;
+    std::size_t share = 1;
     for (int i = 1; i < argc; ++i) {
-        if (std::strcmp(argv[i], "--no-fork") == 0) {
+        const std::string_view option = argv[i];
+        if (option == "--no-fork") {
             fork_tests = false;
-        } else if (std::strcmp(argv[i], "--verbose") == 0) {
+        } else if (option == "--verbose") {
             verbose = true;
+        } else if (option.rfind("--share=", 0) == 0 && std::atoi(argv[i] + 8) > 0) {
+            share = static_cast<std::size_t>(std::atoi(argv[i] + 8));
         } else {
-            std::cerr << argv[0] << ": unknown option " << argv[i] << '\n';
+            std::cerr << argv[0] << ": unknown option " << option << '\n';
             return EXIT_FAILURE;
         }
     }
@@ -118,26 +204,18 @@ int main(int argc, char** argv)
         return RUN_ALL_TESTS();
     }
 
+    Run run(verbose);
     const std::vector<std::string> names = names_of_tests();
-    std::vector<std::string> failed;
-    std::size_t skipped = 0;
-    for (const std::string& name : names) {
-        const Outcome outcome = run_in_child(name, false);
-        const bool bad = !outcome.passed() && !outcome.skipped();
-        skipped += outcome.skipped() ? 1 : 0;
-        if (verbose || !outcome.passed()) {
-            std::cout << outcome.output;
+    for (auto begin = names.begin(); begin != names.end();) {
+        const auto end =
+            begin + std::min<std::ptrdiff_t>(static_cast<std::ptrdiff_t>(share), names.end() - begin);
+        const std::vector<std::string> some(begin, end);
+        if (some.size() == 1) {
+            run.each_alone(some);
+        } else {
+            run.together(some);
         }
-        if (bad) {
-            failed.push_back(name);
-            std::cout << "[ FAILED ] " << name << ' ' << how_it_ended(outcome.status) << '\n';
-        }
+        begin = end;
     }
-    std::cout << names.size()
-              << " tests, each in a process of its own: " << names.size() - skipped - failed.size()
-              << " passed, " << skipped << " skipped, " << failed.size() << " failed\n";
-    for (const std::string& name : failed) {
-        std::cout << "    " << name << '\n';
-    }
-    return failed.empty() && !names.empty() ? EXIT_SUCCESS : EXIT_FAILURE;
+    return run.report() ? EXIT_SUCCESS : EXIT_FAILURE;
 }
