@@ -44,12 +44,26 @@ void Clock::cancel(Timer timer)
     times_.erase(found);
 }
 
+// While timers run, the next one is not announced; afterwards it is, however that ends.
+struct Clock::Running {
+    explicit Running(Clock& clock) : clock_(clock) { clock_.running_ = true; }
+    ~Running()
+    {
+        clock_.running_ = false;
+        clock_.announce();
+    }
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+
+    Clock& clock_;
+};
+
 void Clock::run_due()
 {
     // An action may add timers that are due at once; those wait for the next turn, so that a timer that
     // renews itself with no delay cannot hold the loop.
     const Timer newest = last_;
-    running_ = true;
+    const Running running{*this};
     for (auto next = due_.begin(); next != due_.end() && next->first.first <= now();) {
         if (next->first.second > newest) {
             ++next;
@@ -61,14 +75,12 @@ void Clock::run_due()
         action();
         next = due_.begin();
     }
-    running_ = false;
-    announce();
 }
 
 void Clock::advance(std::int64_t milliseconds)
 {
     const std::int64_t end = now() + milliseconds;
-    running_ = true;
+    const Running running{*this};
     while (!due_.empty() && due_.begin()->first.first <= end) {
         const auto next = due_.begin();
         at_least(next->first.first);
@@ -78,8 +90,6 @@ void Clock::advance(std::int64_t milliseconds)
         action();
     }
     at_least(end);
-    running_ = false;
-    announce();
 }
 
 void Clock::set_speed(double speed)

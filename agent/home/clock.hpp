@@ -48,6 +48,7 @@ public:
 
 private:
     using Key = std::pair<std::int64_t, Timer>;
+    struct Running;
 
     void rebase();
     void announce();

@@ -412,7 +412,11 @@ Status Home::add_enrollee(const Node& description)
                     {"places", Json::array({Json{{"id", "home"}}})},
                     {"enrollees", Json::array({description.json()})}};
     Contents read = read_home(Node::from(home, "enrollee"), models_, clock_.now());
-    Enrollee enrollee = std::move(read.enrollees.front());
+    return add_enrollee(std::move(read.enrollees.front()));
+}
+
+Status Home::add_enrollee(Enrollee enrollee)
+{
     if (c_.enrollees.contains(enrollee.id) || c_.devices.contains(enrollee.id))
         return Status::conflict;
     enrollee.order = next_order();

@@ -260,6 +260,7 @@ public:
     // --- For the onboarding (setup.cpp) ------------------------------------------------------------------
     const Enrollee* enrollee(std::string_view id) const { return c_.enrollees.find(id); }
     Status add_enrollee(const Node& description);
+    Status add_enrollee(Enrollee enrollee);
     Status remove_enrollee(std::string_view id);
     void own_enrollee(std::string_view id, bool owned);
     // Counts a failure that the enrollee was told to have.

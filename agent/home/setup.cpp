@@ -389,6 +389,7 @@ void Setup::join()
         return;
     }
     joined_ = enrollee_;
+    before_ = *enrollee;
     home_.remove_enrollee(enrollee_);
     reach(sign_in, finished);
     reach(done, finished);
@@ -430,14 +431,8 @@ Status Setup::reset(Owner owner, Result result)
         return Status::failed;
     if (!joined_.empty()) {
         // A device that joined already leaves the home again and waits as it did before.
-        if (const Device* thing = home_.devices().find(joined_)) {
-            const Json again{{"id", thing->id},
-                             {"name", thing->name},
-                             {"model", thing->model->id},
-                             {"serial", thing->serial}};
-            home_.remove_device(again["id"].get<std::string>());
-            home_.add_enrollee(Node::from(again, "enrollee"));
-        }
+        home_.remove_device(joined_);
+        home_.add_enrollee(before_);
         joined_.clear();
     }
     home_.own_enrollee(enrollee_, false);

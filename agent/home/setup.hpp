@@ -101,6 +101,7 @@ private:
     int wrong_pins_ = 0;
     std::string enrollee_;
     std::string joined_;  // the device that the enrollee became
+    Enrollee before_;     // what it was, should it be reset
     Values settings_;
     std::string location_;
     std::string room_;

@@ -13,11 +13,8 @@ int HomeService::activate_vxr_migration(Client&, const Delegate<activate_vxr_mig
     return answer_later(on_result, std::string{"TRUE"});
 }
 
-// Once the account has left the older home platform there is no token for it any more.
 int HomeService::get_vxr_device_token(Client&, const Delegate<get_vxr_device_token_cb>& on_token)
 {
-    if (home_.account().migrated)
-        return code(Status::no_data);
     return answer_later(on_token, home_.token("vxr"), 0);
 }
 

@@ -1,12 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "service/loop.hpp"
 
+#include <dlog.h>
 #include <glib-unix.h>
 
 #include <csignal>
+#include <exception>
 #include <utility>
 
 namespace quorvel::agent {
+
+namespace {
+
+// An exception must not cross GLib; one action that failed leaves the others to run.
+template <typename Action>
+void guarded(const Action& action)
+{
+    try {
+        action();
+    } catch (const std::exception& error) {
+        dlog_print(DLOG_ERROR, "QV_AGENT", "something that was to happen failed: %s", error.what());
+    }
+}
+
+}  // namespace
 
 Loop::Loop(home::Clock& clock)
     : clock_(clock),
@@ -43,7 +60,7 @@ gboolean Loop::turn(gpointer self)
     loop.turn_ = 0;
     // What is posted meanwhile waits for the next turn.
     for (auto& action : std::exchange(loop.posted_, {}))
-        action();
+        guarded(action);
     return G_SOURCE_REMOVE;
 }
 
@@ -51,7 +68,7 @@ gboolean Loop::due(gpointer self)
 {
     Loop& loop = *static_cast<Loop*>(self);
     loop.timer_ = 0;
-    loop.clock_.run_due();
+    guarded([&loop] { loop.clock_.run_due(); });
     return G_SOURCE_REMOVE;
 }
 
