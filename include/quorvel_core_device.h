@@ -215,14 +215,14 @@ QUORVEL_API int quorvel_core_get_device_health_data(quorvel_client_h handle, con
  * @param[out] json_str  Receives the JSON, a copy to release with free(). Left as it was on failure and when
  *                       the agent has no text.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.3.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle is NULL; @p device_id is NULL or empty or
  *     @p json_str is NULL; the client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
  * @return Another code is the agent's answer, see the head of this file.
@@ -240,14 +240,14 @@ QUORVEL_API int quorvel_core_get_device_json(quorvel_client_h handle, const char
  * @param[out] json_str Receives the JSON, a copy to release with free(). Left as it was on failure and when
  *                      the agent has no text.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.3.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle is NULL; @p json_str is NULL; the client has no
  *     link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
  * @return Another code is the agent's answer, see the head of this file.
@@ -266,14 +266,14 @@ QUORVEL_API int quorvel_core_get_device_list_json(quorvel_client_h handle, const
  * @param[out] json_str  Receives the JSON, a copy to release with free(). Left as it was on failure and when
  *                       the agent has no text.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.3.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle is NULL; @p device_id is NULL or empty or
  *     @p json_str is NULL; the client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
  * @return Another code is the agent's answer, see the head of this file.
@@ -292,14 +292,14 @@ QUORVEL_API int quorvel_core_get_device_health_data_json(quorvel_client_h handle
  * @param[out] json_str  Receives the JSON, a copy to release with free(). Left as it was on failure and when
  *                       the agent has no text.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.3.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle is NULL; @p device_id is NULL or empty or
  *     @p json_str is NULL; the client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
  * @return Another code is the agent's answer, see the head of this file.
@@ -319,14 +319,14 @@ QUORVEL_API int quorvel_core_get_device_status(quorvel_client_h handle, const ch
  * @param[out] json_str     Receives the JSON, a copy to release with free(). Left as it was on failure and
  *                          when the agent has no text.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.3.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle is NULL; @p device_id or @p component_id is NULL
  *     or empty or @p json_str is NULL; the client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
  * @return Another code is the agent's answer, see the head of this file.
@@ -347,14 +347,14 @@ QUORVEL_API int quorvel_core_get_device_component_status(quorvel_client_h handle
  * @param[out] json_str      Receives the JSON, a copy to release with free(). Left as it was on failure and
  *                           when the agent has no text.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.3.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle is NULL; @p device_id, @p component_id or
  *     @p capability_id is NULL or empty or @p json_str is NULL; the client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
  * @return Another code is the agent's answer, see the head of this file.
@@ -377,14 +377,14 @@ QUORVEL_API int quorvel_core_get_device_capability_status(quorvel_client_h handl
  * @param[out] json_str        Receives the JSON, a copy to release with free(). Left as it was on failure and
  *                             when the agent has no text.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.3.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle is NULL; @p device_id or @p preference_name is
  *     NULL or empty or @p json_str is NULL; the client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
  * @return Another code is the agent's answer, see the head of this file.
@@ -404,14 +404,14 @@ QUORVEL_API int quorvel_core_get_device_preferences(quorvel_client_h handle, con
  * @param[out] json_str    Receives the JSON, a copy to release with free(). Left as it was on failure and
  *                         when the agent has no text.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.3.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle is NULL; @p location_id is NULL or empty;
  *     @p json_str is NULL; the client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
  * @return Another code is the agent's answer, see the head of this file.
@@ -433,15 +433,14 @@ QUORVEL_API int quorvel_core_get_home_insight_device_statistics(quorvel_client_h
  * @param[out] json_str        Receives the JSON, a copy to release with free(). Left as it was on failure and
  *                             when the agent has no text.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.3.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle is NULL; @p device_id is NULL or empty or
  *     @p json_str is NULL; @p presentation_id is NULL or empty; the client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the request or for the copy of the
- *     text.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
  * @return Another code is the agent's answer, see the head of this file.
@@ -463,14 +462,14 @@ QUORVEL_API int quorvel_core_get_device_presentation(quorvel_client_h handle, co
  * @param[out] json_str         Receives the JSON, a copy to release with free(). Left as it was on failure
  *                              and when the agent has no text.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.3.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle is NULL; @p parent_device_id is NULL or empty or
  *     @p json_str is NULL; @p ir_device_id is NULL or empty; the client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
  * @return Another code is the agent's answer, see the head of this file.
@@ -492,15 +491,14 @@ QUORVEL_API int quorvel_core_get_ir_device(quorvel_client_h handle, const char* 
  * @param[out] result    Receives the agent's result text, a copy to release with free(). Left as it was on
  *                       failure and when the agent sends none.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.4.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle is NULL; @p device_id or @p hub_id is NULL or
  *     empty or @p result is NULL; the client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text; what the agent
- *     did stands.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
  * @return Another code is the agent's answer, see the head of this file.
@@ -522,15 +520,14 @@ QUORVEL_API int quorvel_core_migrate_local_mqtt_device(quorvel_client_h handle, 
  * @param[out] result        Receives the agent's result text, a copy to release with free(), also together
  *                           with an error code. Left as it was when the agent sends none.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.3.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle is NULL; @p device_id or @p commands_json is NULL
  *     or empty or @p result is NULL; the client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text; what the agent
- *     did stands.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
  * @return Another code is the agent's answer, see the head of this file.
@@ -557,15 +554,14 @@ QUORVEL_API int quorvel_core_execute_device(quorvel_client_h handle, const char*
  * @param[out] result           Receives the agent's result text, a copy to release with free(), also together
  *                              with an error code. Left as it was when the agent sends none.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.3.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle is NULL; @p device_id, @p preference_name or
  *     @p preferences_json is NULL or empty; @p result is NULL; the client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text; what the agent
- *     did stands.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
  * @return Another code is the agent's answer, see the head of this file.
@@ -590,15 +586,14 @@ QUORVEL_API int quorvel_core_update_device_preferences(quorvel_client_h handle, 
  * @param[out] result           Receives the agent's result text, a copy to release with free(), also together
  *                              with an error code. Left as it was when the agent sends none.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.3.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle is NULL; @p parent_device_id is NULL or empty or
  *     @p result is NULL; @p ir_device_json is NULL or empty; the client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text; what the agent
- *     did stands.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
  * @return Another code is the agent's answer, see the head of this file.
@@ -621,7 +616,8 @@ QUORVEL_API int quorvel_core_create_ir_device(quorvel_client_h handle, const cha
  * @param[out] result_str  Set to NULL first, then receives the agent's result text, a copy to release with
  *                         free(), also together with an error code. Stays NULL when the agent sends none.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.3.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p result_str is NULL (looked at first, even without an
@@ -629,8 +625,6 @@ QUORVEL_API int quorvel_core_create_ir_device(quorvel_client_h handle, const cha
  *     the agent.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text; what the agent
- *     did stands.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
  * @return Another code is the agent's answer, see the head of this file.
@@ -653,7 +647,8 @@ QUORVEL_API int quorvel_core_move_device(quorvel_client_h handle, const char* de
  * @param[out] result_str Set to NULL first, then receives the agent's result text, a copy to release with
  *                        free(), also together with an error code. Stays NULL when the agent sends none.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.3.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p result_str is NULL (looked at first, even without an
@@ -661,8 +656,6 @@ QUORVEL_API int quorvel_core_move_device(quorvel_client_h handle, const char* de
  *     agent.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text; what the agent
- *     did stands.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
  * @return Another code is the agent's answer, see the head of this file.
@@ -687,7 +680,8 @@ QUORVEL_API int quorvel_core_change_device_name(quorvel_client_h handle, const c
  *                             with free(), also together with an error code. Stays NULL when the agent sends
  *                             none.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.3.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p result_str is NULL (looked at first, even without an
@@ -695,8 +689,6 @@ QUORVEL_API int quorvel_core_change_device_name(quorvel_client_h handle, const c
  *     to the agent.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text; what the agent
- *     did stands.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
  * @return Another code is the agent's answer, see the head of this file.

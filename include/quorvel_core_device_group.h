@@ -143,14 +143,14 @@ QUORVEL_API int quorvel_core_get_device_group_list(quorvel_client_h handle,
  * @param[out] status_json Receives the JSON, a copy to release with free(), also together with an error code.
  *                         Left as it was when the agent sends none.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.4.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle is NULL; @p group_id is NULL or empty;
  *     @p status_json is NULL.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text.
  * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  The client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
@@ -176,7 +176,8 @@ QUORVEL_API int quorvel_core_get_device_group_devices_status(quorvel_client_h ha
  * @param[out] result_str   Set to NULL first, then receives the agent's result text, a copy to release with
  *                          free(), also together with an error code. Stays NULL when the agent sends none.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.4.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p result_str is NULL (looked at first, even without an
@@ -184,8 +185,6 @@ QUORVEL_API int quorvel_core_get_device_group_devices_status(quorvel_client_h ha
  *     NULL or empty.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the request or for the copy of the
- *     text; what the agent did stands.
  * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  The client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
@@ -212,15 +211,14 @@ QUORVEL_API int quorvel_core_create_device_group(quorvel_client_h handle, const 
  * @param[out] result_str   Set to NULL first, then receives the agent's result text, a copy to release with
  *                          free(), also together with an error code. Stays NULL when the agent sends none.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.4.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p result_str is NULL (looked at first, even without an
  *     agent); @p handle is NULL; @p group_id, @p name or @p devices_json is NULL or empty.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text; what the agent
- *     did stands.
  * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  The client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
@@ -243,15 +241,14 @@ QUORVEL_API int quorvel_core_update_device_group(quorvel_client_h handle, const 
  * @param[out] result_str Set to NULL first, then receives the agent's result text, a copy to release with
  *                        free(), also together with an error code. Stays NULL when the agent sends none.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.4.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p result_str is NULL (looked at first, even without an
  *     agent); @p handle is NULL; @p group_id is NULL or empty.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text; what the agent
- *     did stands.
  * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  The client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
@@ -274,15 +271,14 @@ QUORVEL_API int quorvel_core_delete_device_group(quorvel_client_h handle, const 
  * @param[out] result_str    Set to NULL first, then receives the agent's result text, a copy to release with
  *                           free(), also together with an error code. Stays NULL when the agent sends none.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.4.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p result_str is NULL (looked at first, even without an
  *     agent); @p handle is NULL; @p group_id or @p commands_json is NULL or empty.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text; what the agent
- *     did stands.
  * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  The client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.

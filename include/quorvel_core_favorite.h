@@ -300,15 +300,14 @@ QUORVEL_API int quorvel_core_get_favorite_migration_status(quorvel_client_h hand
  * @param[out] result      Receives the agent's result text, a copy to release with free(). Left as it was on
  *                         failure and when the agent sends none.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.3.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle is NULL; @p location_id or @p status is NULL or
  *     empty or @p result is NULL; the client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text; what the agent
- *     did stands.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
  * @return Another code is the agent's answer, see the head of this file.

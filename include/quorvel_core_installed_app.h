@@ -134,14 +134,14 @@ QUORVEL_API int quorvel_core_get_installed_app(quorvel_client_h handle, const ch
  * @param[out] json_str         Receives the JSON, a copy to release with free(). Left as it was on failure
  *                              and when the agent has no text.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.3.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle is NULL; @p installed_app_id is NULL or empty;
  *     @p json_str is NULL; the client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
  * @return Another code is the agent's answer, see the head of this file.
@@ -163,15 +163,14 @@ QUORVEL_API int quorvel_core_get_installed_app_dashboard_json(quorvel_client_h h
  * @param[out] result           Receives the agent's result text, a copy to release with free(), also together
  *                              with an error code. Left as it was when the agent sends none.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.3.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle is NULL; @p installed_app_id or @p request_json is
  *     NULL or empty; @p result is NULL; the client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text; what the agent
- *     did stands.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
  * @return Another code is the agent's answer, see the head of this file.

@@ -131,14 +131,14 @@ QUORVEL_API int quorvel_core_get_location_list(quorvel_client_h handle, quorvel_
  * @param[out] json_str    Receives the JSON, a copy to release with free(). Left as it was on failure and
  *                         when the agent has no text.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.3.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p json_str is NULL (looked at first, even without an
  *     agent); @p handle is NULL; @p location_id is NULL or empty.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text.
  * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  The client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
@@ -158,14 +158,14 @@ QUORVEL_API int quorvel_core_get_location_json(quorvel_client_h handle, const ch
  * @param[out] json_str    Set to NULL first, then receives the JSON, a copy to release with free(). Stays
  *                         NULL on failure and when the agent has no text.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.4.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p json_str is NULL (looked at first, even without an
  *     agent); @p handle is NULL; @p location_id is NULL or empty.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text.
  * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  The client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
@@ -184,14 +184,14 @@ QUORVEL_API int quorvel_core_get_location_users(quorvel_client_h handle, const c
  * @param[out] json_str Set to NULL first, then receives the JSON, a copy to release with free(). Stays NULL
  *                      on failure and when the agent has no text.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.4.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p json_str is NULL (looked at first, even without an
  *     agent); @p handle is NULL.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text.
  * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  The client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
@@ -221,15 +221,14 @@ QUORVEL_API int quorvel_core_get_all_location_users(quorvel_client_h handle, cha
  *                               with free(), also together with an error code. Stays NULL when the agent
  *                               sends none.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.4.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p result_str is NULL (looked at first, even without an
  *     agent); @p handle is NULL; @p name or @p country_code is NULL or empty.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text; what the agent
- *     did stands.
  * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  The client has no link to the agent; there is no memory for
  *     the request.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
@@ -266,15 +265,14 @@ QUORVEL_API int quorvel_core_create_location(quorvel_client_h handle, const char
  *                               with free(), also together with an error code. Stays NULL when the agent
  *                               sends none.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.4.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p result_str is NULL (looked at first, even without an
  *     agent); @p handle is NULL; @p location_id or @p name is NULL or empty.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text; what the agent
- *     did stands.
  * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  The client has no link to the agent; there is no memory for
  *     the request.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
@@ -299,15 +297,14 @@ QUORVEL_API int quorvel_core_update_location(quorvel_client_h handle, const char
  * @param[out] result_str  Set to NULL first, then receives the agent's result text, a copy to release with
  *                         free(), also together with an error code. Stays NULL when the agent sends none.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              Done; the agent's text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.4.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p result_str is NULL (looked at first, even without an
  *     agent); @p handle is NULL; @p location_id is NULL or empty.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text; what the agent
- *     did stands.
  * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  The client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.

@@ -45,15 +45,14 @@ QUORVEL_BEGIN_DECLS
  * @param[out] result      Receives the agent's result text, a copy to release with free(). Left as it was on
  *                         failure and when the agent sends none.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.4.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle is NULL; @p app_id or @p location_id is NULL or
  *     begins with a line feed or @p result is NULL; the client has no link to the agent.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text; what the agent
- *     did stands.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
  * @return Another code is the agent's answer, see the head of this file.
@@ -111,7 +110,8 @@ QUORVEL_API int quorvel_core_oxbarrow_cancel_installation(quorvel_client_h handl
  * @param[out] result           Receives the agent's result text, a copy to release with free(). Left as it
  *                              was on failure and when the agent sends none.
  *
- * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one.
+ * @retval QUORVEL_CLIENT_ERROR_NONE              The agent answered; its text is handed out if it has one and
+ *     memory for it could be had.
  * @retval QUORVEL_CLIENT_ERROR_NOT_SUPPORTED     No agent is installed.
  * @retval QUORVEL_CLIENT_ERROR_LOWER_VERSION     The agent is older than 2.4.
  * @retval QUORVEL_CLIENT_ERROR_INVALID_PARAMETER @p handle is NULL; the client has no link to the agent;
@@ -119,8 +119,6 @@ QUORVEL_API int quorvel_core_oxbarrow_cancel_installation(quorvel_client_h handl
  *     or @p result is NULL.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     There is no memory for the copy of the text; what the agent
- *     did stands.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, it could not be read, or
  *     its code is none of #quorvel_client_error_e.
  * @return Another code is the agent's answer, see the head of this file.
