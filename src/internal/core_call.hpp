@@ -30,8 +30,9 @@ bool is_acceptable(const Parameter& parameter)
 
 /// Asks the agent a question: its parameters, then the place for the answer.
 ///
-///     return ask(ApiCall{handle}.agent(2, 3), METHOD(core_get_room_json), text_out(json), location_id,
-///     room_id);
+///     return ask(ApiCall{handle}.agent(2, 3), METHOD(core_get_hub_json), text_out(json), location, hub);
+///
+/// Checks that have words of their own stand in front, as steps of the call.
 template <typename Routine, typename Answer, typename... Parameters>
 int ask(ApiCall& call, const Method<Routine>& method, Answer&& answer, Parameters... parameters)
 {
