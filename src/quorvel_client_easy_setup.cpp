@@ -140,6 +140,7 @@ public:
 
     void make(ApiCall& call, std::initializer_list<Entry> entries)
     {
+        constexpr auto kind = RECORD(bookmark_location_s);
         const OwnedBundle place = new_bundle(call);
         for (const auto& [key, text] : entries) {
             const int error = call.ok() && text != nullptr ? bundle_add_str(place.get(), key, text) : 0;
@@ -148,20 +149,15 @@ public:
                           error, shown(get_error_message(error)));
         }
         if (call.ok())
-            record_ = new_record(call, RECORD_MAKER(bookmark_location_s));
-        if (call.ok() && rpc_port_bookmark_location_s_set_bundle_data(record_, place.get()) != 0)
-            call.fail(QUORVEL_CLIENT_ERROR_OPERATION_FAILED,
-                      QC_TEXT("rpc_port_bookmark_location_s_set_bundle_data failed"));
+            record_ = new_record(call, kind);
+        if (call.ok() && kind.set_bundle(record_, place.get()) != 0)
+            call.fail(QUORVEL_CLIENT_ERROR_OPERATION_FAILED, QC_TEXT("%s failed"), kind.set_bundle_name);
     }
     rpc_port_bookmark_location_s_h argument() const { return record_; }
 
 private:
     rpc_port_bookmark_location_s_h record_ = nullptr;
 };
-
-/// What a missing record is called when it is to be released: nothing to do with a condition, which is meant
-/// so.
-constexpr auto missing_condition = "quorvel_client condition is NULL";
 
 }  // namespace
 
@@ -170,7 +166,8 @@ constexpr auto missing_condition = "quorvel_client condition is NULL";
 int quorvel_client_easy_setup_initialize(quorvel_client_h handle, int setup_type,
                                          quorvel_client_easy_setup_result_cb cb, void* user_data)
 {
-    return ApiCall{handle}  // Before anything is checked, which is meant so.
+    // The session is closed before anything is checked, which is meant so.
+    return ApiCall{handle}
         .then([] { is_initialised = false; })
         .agent(1, 4)
         .require(cb != nullptr, "user_cb is NULL")
@@ -381,18 +378,13 @@ void _access_point_list_cb(void* request, rpc_port_array_access_point_s_h access
 int quorvel_client_easy_setup_access_point_get_string(quorvel_client_easy_setup_access_point_h access_point,
                                                       int property_id, char** value)
 {
-    return LocalCall{}
-        .agent(1, 4)
-        .then(property_out(easy_setup::access_points, access_point, property_id, value))
-        .result();
+    return get_property(easy_setup::access_points, access_point, property_id, value);
 }
 
 int quorvel_client_easy_setup_destroy_access_point(quorvel_client_easy_setup_access_point_h access_point)
 {
-    return LocalCall{}
-        .agent(2, 3)
-        .then(record_released<rpc_port_access_point_s_h>(access_point, "ap_h is NULL"))
-        .result();
+    // One alone needs a newer agent than the rest of its family, which is meant so.
+    return LocalCall{}.agent(2, 3).then(record_released(easy_setup::access_points, access_point)).result();
 }
 
 int quorvel_client_easy_setup_destroy_access_point_list(quorvel_client_easy_setup_access_point_h* list)
@@ -408,51 +400,36 @@ int quorvel_client_easy_setup_destroy_access_point_list(quorvel_client_easy_setu
 
 int quorvel_client_easy_setup_device_property_create(quorvel_client_easy_setup_device_property_h* property)
 {
-    return LocalCall{}.agent(1, 4).then(record_made(RECORD_MAKER(device_prop_s), property)).result();
+    return LocalCall{}.agent(1, 4).then(record_made(RECORD(device_prop_s), property)).result();
 }
 
 int quorvel_client_easy_setup_device_property_set_string(quorvel_client_easy_setup_device_property_h property,
                                                          int property_id, const char* value)
 {
-    return LocalCall{}
-        .agent(1, 4)
-        .then(property_in(easy_setup::device, property, property_id, value))
-        .result();
+    return set_property(easy_setup::device, property, property_id, value);
 }
 
 int quorvel_client_easy_setup_device_property_get_string(quorvel_client_easy_setup_device_property_h property,
                                                          int property_id, char** value)
 {
-    return LocalCall{}
-        .agent(1, 4)
-        .then(property_out(easy_setup::device, property, property_id, value))
-        .result();
+    return get_property(easy_setup::device, property, property_id, value);
 }
 
 int quorvel_client_easy_setup_device_property_set_string_array(
     quorvel_client_easy_setup_device_property_h property, int property_id, const char* const* list, int count)
 {
-    return LocalCall{}
-        .agent(1, 4)
-        .then(property_in(easy_setup::device, property, property_id, list, count))
-        .result();
+    return set_property(easy_setup::device, property, property_id, list, count);
 }
 
 int quorvel_client_easy_setup_device_property_get_string_array(
     quorvel_client_easy_setup_device_property_h property, int property_id, char*** list, int* count)
 {
-    return LocalCall{}
-        .agent(1, 4)
-        .then(property_out(easy_setup::device, property, property_id, list, count))
-        .result();
+    return get_property(easy_setup::device, property, property_id, list, count);
 }
 
 int quorvel_client_easy_setup_device_property_destroy(quorvel_client_easy_setup_device_property_h property)
 {
-    return LocalCall{}
-        .agent(1, 4)
-        .then(record_released<rpc_port_device_prop_s_h>(property, missing_condition))
-        .result();
+    return release_record(easy_setup::device, property);
 }
 
 int quorvel_client_easy_setup_device_provisioning(quorvel_client_h handle,
@@ -470,33 +447,24 @@ int quorvel_client_easy_setup_device_provisioning(quorvel_client_h handle,
 
 int quorvel_client_easy_setup_cloud_property_create(quorvel_client_easy_setup_cloud_property_h* property)
 {
-    return LocalCall{}.agent(1, 4).then(record_made(RECORD_MAKER(cloud_prop_s), property)).result();
+    return LocalCall{}.agent(1, 4).then(record_made(RECORD(cloud_prop_s), property)).result();
 }
 
 int quorvel_client_easy_setup_cloud_property_set_string(quorvel_client_easy_setup_cloud_property_h property,
                                                         int property_id, const char* value)
 {
-    return LocalCall{}
-        .agent(1, 4)
-        .then(property_in(easy_setup::cloud, property, property_id, value))
-        .result();
+    return set_property(easy_setup::cloud, property, property_id, value);
 }
 
 int quorvel_client_easy_setup_cloud_property_get_string(quorvel_client_easy_setup_cloud_property_h property,
                                                         int property_id, char** value)
 {
-    return LocalCall{}
-        .agent(1, 4)
-        .then(property_out(easy_setup::readable_cloud, property, property_id, value))
-        .result();
+    return get_property(easy_setup::readable_cloud, property, property_id, value);
 }
 
 int quorvel_client_easy_setup_cloud_property_destroy(quorvel_client_easy_setup_cloud_property_h property)
 {
-    return LocalCall{}
-        .agent(1, 4)
-        .then(record_released<rpc_port_cloud_prop_s_h>(property, missing_condition))
-        .result();
+    return release_record(easy_setup::cloud, property);
 }
 
 int quorvel_client_easy_setup_cloud_provisioning(quorvel_client_h handle,
@@ -545,45 +513,30 @@ void _easy_setup_device_conf_cb(void* request, rpc_port_device_conf_s_h conf)
 int quorvel_client_easy_setup_device_conf_get_bool(quorvel_client_easy_setup_device_conf_h conf,
                                                    int property_id, bool* value)
 {
-    return LocalCall{}
-        .agent(1, 4)
-        .then(property_out(easy_setup::device_conf, conf, property_id, value))
-        .result();
+    return get_property(easy_setup::device_conf, conf, property_id, value);
 }
 
 int quorvel_client_easy_setup_device_conf_get_int(quorvel_client_easy_setup_device_conf_h conf,
                                                   int property_id, int* value)
 {
-    return LocalCall{}
-        .agent(1, 4)
-        .then(property_out(easy_setup::device_conf, conf, property_id, value))
-        .result();
+    return get_property(easy_setup::device_conf, conf, property_id, value);
 }
 
 int quorvel_client_easy_setup_device_conf_get_string(quorvel_client_easy_setup_device_conf_h conf,
                                                      int property_id, char** value)
 {
-    return LocalCall{}
-        .agent(1, 4)
-        .then(property_out(easy_setup::device_conf, conf, property_id, value))
-        .result();
+    return get_property(easy_setup::device_conf, conf, property_id, value);
 }
 
 int quorvel_client_easy_setup_device_conf_get_int_array(quorvel_client_easy_setup_device_conf_h conf,
                                                         int property_id, int** list, int* count)
 {
-    return LocalCall{}
-        .agent(1, 4)
-        .then(property_out(easy_setup::device_conf, conf, property_id, list, count))
-        .result();
+    return get_property(easy_setup::device_conf, conf, property_id, list, count);
 }
 
 int quorvel_client_easy_setup_device_conf_destroy(quorvel_client_easy_setup_device_conf_h conf)
 {
-    return LocalCall{}
-        .agent(1, 4)
-        .then(record_released<rpc_port_device_conf_s_h>(conf, missing_condition))
-        .result();
+    return release_record(easy_setup::device_conf, conf);
 }
 
 // Its place, and the way back
@@ -627,40 +580,28 @@ void _ocf_result_cb(void* request, int result)
 int quorvel_client_provisioning_info_get_bool(quorvel_client_provisioning_info_h info, int property_id,
                                               bool* value)
 {
-    return LocalCall{}
-        .agent(2, 3)
-        .then(property_out(easy_setup::prov_info, info, property_id, value))
-        .result();
+    return get_property(easy_setup::prov_info, info, property_id, value);
 }
 
 int quorvel_client_provisioning_info_get_int(quorvel_client_provisioning_info_h info, int property_id,
                                              int* value)
 {
-    return LocalCall{}
-        .agent(2, 3)
-        .then(property_out(easy_setup::prov_info, info, property_id, value))
-        .result();
+    return get_property(easy_setup::prov_info, info, property_id, value);
 }
 
 int quorvel_client_provisioning_info_get_string(quorvel_client_provisioning_info_h info, int property_id,
                                                 char** value)
 {
-    return LocalCall{}
-        .agent(2, 3)
-        .then(property_out(easy_setup::prov_info, info, property_id, value))
-        .result();
+    return get_property(easy_setup::prov_info, info, property_id, value);
 }
 
 int quorvel_client_provisioning_info_get_string_array(quorvel_client_provisioning_info_h info,
                                                       int property_id, char*** list, int* count)
 {
-    return LocalCall{}
-        .agent(2, 3)
-        .then(property_out(easy_setup::prov_info, info, property_id, list, count))
-        .result();
+    return get_property(easy_setup::prov_info, info, property_id, list, count);
 }
 
 int quorvel_client_provisioning_info_destroy(quorvel_client_provisioning_info_h info)
 {
-    return LocalCall{}.agent(2, 3).then(record_released<rpc_port_easy_setup_prov_info_s_h>(info)).result();
+    return release_record(easy_setup::prov_info, info);
 }

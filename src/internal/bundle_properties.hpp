@@ -9,6 +9,7 @@
 #include <span>
 
 #include "internal/api_call.hpp"
+#include "internal/bundle_records.hpp"
 #include "proxy/records.hpp"
 
 /// Properties that a record keeps as texts in its one bundle, each under a key of its own.
@@ -16,7 +17,7 @@
 /// A family is one table, indexed by the property's number; each entry belongs to the getter of its kind. The
 /// type of the out-value tells which getter is at work, so that a getter is one line:
 ///
-///     return LocalCall{}.agent(1, 4).then(property_out(device_conf, conf, property_id, value)).result();
+///     return get_property(easy_setup::device_conf, conf, property_id, value);
 ///
 /// The record's own bundle is read and written, not a copy of it that is stored back: what can be seen is the
 /// same, and there is no moment at which a lack of memory loses what the record held.
@@ -31,9 +32,16 @@ struct BundleProperty {
     const char* unreadable = nullptr;
 };
 
-/// A family's table and its wording: formats of QC_TEXT's, which are given the number of the property.
+/// A family's table, the lowest version of the agent that its functions need, and its wording: formats of
+/// QC_TEXT's, which are given the number of the property.
 struct BundleProperties {
+    struct AgentVersion {
+        int major;
+        int minor;
+    };
+
     std::span<const BundleProperty> table;
+    AgentVersion agent;
     const char* invalid_id;
     const char* unreadable;
 };
@@ -41,6 +49,7 @@ struct BundleProperties {
 /// A family of the records with this handle.
 template <typename Handle>
 struct BundleFamily : BundleProperties {
+    const char* missing_record = "invalid parameter";  ///< said when there is none to release
 };
 
 // Hand out the value of that number, or fail the call. A list that is empty is NULL and 0.
@@ -52,14 +61,32 @@ void hand_out(LocalCall& call, const BundleProperties& family, bundle* held, int
 void hand_out(LocalCall& call, const BundleProperties& family, bundle* held, int id, int** numbers,
               int* count);
 
-/// The step that reads a property.
+/// A getter.
 template <typename Handle, typename... Outs>
-auto property_out(const BundleFamily<Handle>& family, void* record, int id, Outs... outs)
+int get_property_at(const CallSite& at, const BundleFamily<Handle>& family, void* record, int id,
+                    Outs... outs)
 {
-    return [&family, record, id, outs...](LocalCall& call) {
-        if (call.require(record != nullptr && (... && (outs != nullptr))).ok())
+    return LocalCall{LocalCall::Entry::logged, at}
+        .agent(family.agent.major, family.agent.minor)
+        .require(record != nullptr && (... && (outs != nullptr)))
+        .then([&](LocalCall& call) {
             hand_out(call, family, static_cast<Handle>(record)->bundle_data, id, outs...);
-    };
+        })
+        .result();
+}
+
+template <typename Handle, typename Out>
+int get_property(const BundleFamily<Handle>& family, void* record, int id, Out* value,
+                 CallSite at = CallSite::here())
+{
+    return get_property_at(at, family, record, id, value);
+}
+
+template <typename Handle, typename Element>
+int get_property(const BundleFamily<Handle>& family, void* record, int id, Element** list, int* count,
+                 CallSite at = CallSite::here())
+{
+    return get_property_at(at, family, record, id, list, count);
 }
 
 // Add a value; the call's code is the platform's, as it came. What is there is never replaced.
@@ -67,35 +94,41 @@ void take_in(LocalCall& call, const BundleProperties& family, bundle*& held, int
 void take_in(LocalCall& call, const BundleProperties& family, bundle*& held, int id, const char* const* texts,
              int count);
 
-/// The step that sets a property.
+/// A setter.
 template <typename Handle, typename... Values>
-auto property_in(const BundleFamily<Handle>& family, void* record, int id, Values... values)
+int set_property_at(const CallSite& at, const BundleFamily<Handle>& family, void* record, int id,
+                    Values... values)
 {
-    return [&family, record, id, values...](LocalCall& call) {
-        if (call.require(record != nullptr).ok())
+    return LocalCall{LocalCall::Entry::logged, at}
+        .agent(family.agent.major, family.agent.minor)
+        .require(record != nullptr)
+        .then([&](LocalCall& call) {
             take_in(call, family, static_cast<Handle>(record)->bundle_data, id, values...);
-    };
+        })
+        .result();
 }
 
-/// A record's own function that makes one, and the name that a failure is reported under.
 template <typename Handle>
-struct RecordMaker {
-    int (*create)(Handle* record);
-    const char* name;
-};
+int set_property(const BundleFamily<Handle>& family, void* record, int id, const char* value,
+                 CallSite at = CallSite::here())
+{
+    return set_property_at(at, family, record, id, value);
+}
 
 template <typename Handle>
-RecordMaker(int (*)(Handle*), const char*) -> RecordMaker<Handle>;
-
-#define RECORD_MAKER(name) (::quorvel::RecordMaker{rpc_port_##name##_create, "rpc_port_" #name "_create"})
+int set_property(const BundleFamily<Handle>& family, void* record, int id, const char* const* list, int count,
+                 CallSite at = CallSite::here())
+{
+    return set_property_at(at, family, record, id, list, count);
+}
 
 /// Makes a record; NULL when the call failed.
 template <typename Call, typename Handle>
-Handle new_record(Call& call, const RecordMaker<Handle>& maker)
+Handle new_record(Call& call, const RecordKind<Handle>& kind)
 {
     Handle record = nullptr;
-    if (maker.create(&record) != 0)
-        call.fail(QUORVEL_CLIENT_ERROR_OPERATION_FAILED, QC_TEXT("%s failed"), maker.name);
+    if (kind.create(&record) != 0)
+        call.fail(QUORVEL_CLIENT_ERROR_OPERATION_FAILED, QC_TEXT("%s failed"), kind.create_name);
     return record;
 }
 
@@ -116,30 +149,40 @@ OwnedBundle new_bundle(Call& call)
 
 /// The step that makes a record for the application, with an empty bundle.
 template <typename Handle>
-auto record_made(const RecordMaker<Handle>& maker, void** out)
+auto record_made(const RecordKind<Handle>& kind, void** out)
 {
-    return [maker, out](LocalCall& call) {
+    return [kind, out](LocalCall& call) {
         if (!call.require(out != nullptr).ok())
             return;
-        const Handle record = new_record(call, maker);
+        const Handle record = new_record(call, kind);
         if (record == nullptr)
             return;
         record->bundle_data = new_bundle(call).release();
         if (call.ok())
             *out = record;
         else
-            proxy::destroy_record(proxy::TypeOf<Handle>::type, record);
+            kind.destroy(record);
     };
 }
 
 /// The step that releases a record of the application's.
 template <typename Handle>
-auto record_released(void* record, const char* missing = "invalid parameter")
+auto record_released(const BundleFamily<Handle>& family, void* record)
 {
-    return [record, missing](LocalCall& call) {
-        if (call.require(record != nullptr, missing).ok())
+    return [&family, record](LocalCall& call) {
+        if (call.require(record != nullptr, family.missing_record).ok())
             proxy::destroy_record(proxy::TypeOf<Handle>::type, record);
     };
+}
+
+/// A destroyer.
+template <typename Handle>
+int release_record(const BundleFamily<Handle>& family, void* record, CallSite at = CallSite::here())
+{
+    return LocalCall{LocalCall::Entry::logged, at}
+        .agent(family.agent.major, family.agent.minor)
+        .then(record_released(family, record))
+        .result();
 }
 
 /// The step that releases a vector of records that ends in NULL, and the records in it.
