@@ -217,8 +217,8 @@ TEST_F(Session, LeavesNothingBehindInAThousandConnections)
         bool is_signed_in = false;
         ASSERT_EQ(quorvel_client_is_signed_in(connection.handle, &is_signed_in), 0);
     }
-    // Bytes are the leak sanitizer's affair.
-    EXPECT_EQ(open_descriptors(), descriptors);
+    // What the loop itself holds goes at its next turn. Bytes are the leak sanitizer's affair.
+    EXPECT_TRUE(pump_until([&] { return open_descriptors() <= descriptors; }, 2s)) << open_descriptors();
 }
 
 }  // namespace
