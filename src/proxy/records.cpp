@@ -301,6 +301,7 @@ public:
             static_cast<Gathering*>(data)->gather(h);
         };
         rpc_port_parcelable_t parcelable{nullptr, from};
+        forget();
         rpc_port_parcel_read(parcel, &parcelable, this);
         void* const record = complete_ ? lay_out() : nullptr;
         if (record == nullptr)
@@ -315,13 +316,18 @@ private:
         bundle* bundle_data;
     };
 
-    void gather(rpc_port_parcel_h parcel)
+    /// Nothing of the record before is this one's, also when the port does not ask for the fields at all.
+    void forget()
     {
         text_count_ = 0;
         text_size_ = 0;
         complete_ = true;
-        for (std::size_t i = 0; i < type_.fields.size(); ++i)
-            values_[i] = {};
+        for (FieldValue& value : values_)
+            value = {};
+    }
+
+    void gather(rpc_port_parcel_h parcel)
+    {
         for (std::size_t i = 0; i < type_.fields.size(); ++i) {
             if (!gather_field(parcel, type_.fields[i], values_[i]))
                 break;
