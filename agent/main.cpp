@@ -40,7 +40,7 @@ struct Options {
     bool uninstall = false;
 };
 
-enum Exit { well = 0, failed = 1, usage = 2, bad_file = 6 };
+enum Exit { well = 0, failed = 1, usage = 2, bad_file = 6, again = 256 };
 
 void read_home(home::Home& home, const Options& options)
 {
@@ -109,9 +109,12 @@ int serve(home::Home& home, home::Clock& clock, const Options& options)
         if (const auto problem = control->listen())
             fmt::print(stderr, "quorvel-agent: no control socket: {}\n", *problem);
     }
+    service.admits = [&faults](stub::Client& client) { return faults.admits(client); };
     loop.run();
     server.intercept(nullptr);
-    return home.commit() == home::Status::ok ? well : failed;
+    if (home.commit() != home::Status::ok)
+        return failed;
+    return loop.restarts() ? again : well;
 }
 
 int run(const Options& options)
@@ -171,7 +174,10 @@ int main(int argc, char** argv)
     // The port is named after the application that offers it.
     setenv("QUORVEL_APP_ID", agent::app_id, 0);
     try {
-        return run(options);
+        const int status = run(options);
+        if (status == again)
+            execv("/proc/self/exe", argv);
+        return status == again ? failed : status;
     } catch (const home::DocumentError& error) {
         fmt::print(stderr, "quorvel-agent: {}\n", error.what());
         return bad_file;

@@ -22,7 +22,7 @@ namespace {
 constexpr std::size_t most_scenes = 10'000;
 constexpr std::size_t most_rules = 10'000;
 constexpr std::size_t most_history = 5'000;
-constexpr int deepest = 8;
+constexpr int deepest_run = 8;
 constexpr std::int64_t day = 86'400'000;
 
 std::optional<std::int64_t> time_in(const Json& value)
@@ -149,7 +149,7 @@ void Home::run_one(const Json& action, const std::string& location, std::vector<
 void Home::run(const Json& actions, const std::string& location, std::vector<CommandResult>& results)
 {
     // A scene that runs itself, or a ring of them, ends here.
-    if (depth_ >= deepest) {
+    if (depth_ >= deepest_run) {
         results.push_back({Status::failed, "scenes run each other too deeply"});
         return;
     }

@@ -21,8 +21,9 @@ namespace quorvel::home {
 
 namespace {
 
-// More aliases or nesting than a home could need is an attempt to exhaust the reader.
+// More than a home could need is an attempt to exhaust the reader, above all by aliases of aliases.
 constexpr std::size_t most_nodes = 8'000'000;
+constexpr std::size_t most_aliased = 200'000;
 constexpr int deepest = 64;
 
 std::string shown(std::string_view text)
@@ -99,8 +100,8 @@ std::string did_you_mean(std::string_view word, const std::vector<std::string_vi
     std::string_view nearest;
     std::size_t least = std::max<std::size_t>(1, word.size() / 3) + 1;
     for (const auto& candidate : known)
-        if (const auto far = distance(word, candidate); far < least) {
-            least = far;
+        if (const auto steps = distance(word, candidate); steps < least) {
+            least = steps;
             nearest = candidate;
         }
     return nearest.empty() ? std::string{} : fmt::format(" (did you mean '{}'?)", nearest);
@@ -122,9 +123,10 @@ public:
         const auto found = anchors_.find(anchor);
         if (found == anchors_.end())
             make(mark, Node::Kind::null).fail("expected an anchor that is complete before it is used");
-        Node copy = found->second;
-        count(copy, weight(copy));
-        put(std::move(copy), 0);
+        aliased_ += weight(found->second);
+        if (aliased_ > most_aliased)
+            too_large(make(mark, Node::Kind::null));
+        put(Node{found->second}, 0);
     }
     void OnScalar(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t anchor,
                   const std::string& value) override
@@ -177,17 +179,20 @@ private:
         return sum;
     }
 
-    void count(const Node& at, std::size_t nodes)
+    [[noreturn]] static void too_large(const Node& at)
     {
-        nodes_ += nodes;
-        if (nodes_ > most_nodes)
-            at.fail("expected a smaller file: this one holds more than any home could need");
+        at.fail("expected a smaller file: this one holds more than any home could need");
+    }
+    void count(const Node& at)
+    {
+        if (++nodes_ > most_nodes)
+            too_large(at);
     }
 
     void open(const YAML::Mark& mark, Node::Kind kind, YAML::anchor_t anchor)
     {
         Node node = make(mark, kind);
-        count(node, 1);
+        count(node);
         if (open_.size() >= deepest)
             node.fail("expected a file that nests less deeply");
         open_.push_back({std::move(node), anchor, std::nullopt});
@@ -202,7 +207,7 @@ private:
 
     void put(Node node, YAML::anchor_t anchor)
     {
-        count(node, 1);
+        count(node);
         if (anchor != 0)
             anchors_[anchor] = node;
         if (open_.empty()) {
@@ -228,6 +233,7 @@ private:
     std::vector<Open> open_;
     std::map<YAML::anchor_t, Node> anchors_;
     std::size_t nodes_ = 0;
+    std::size_t aliased_ = 0;
     Node root_;
 };
 

@@ -5,7 +5,7 @@ namespace quorvel::home {
 
 namespace {
 
-constexpr int deepest = 64;
+constexpr int deepest_json = 64;
 
 bool too_deep(std::string_view text)
 {
@@ -21,7 +21,7 @@ bool too_deep(std::string_view text)
         } else if (c == '"') {
             quoted = true;
         } else if (c == '{' || c == '[') {
-            if (++depth > deepest)
+            if (++depth > deepest_json)
                 return true;
         } else if (c == '}' || c == ']') {
             --depth;

@@ -17,6 +17,7 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "service/places.hpp"
 #include "service/views.hpp"
 
 namespace quorvel::agent {
@@ -521,6 +522,18 @@ Json Control::obey(const std::string& what, const Json& command)
         });
         return {{"did", fmt::format("dropped {} clients", dropped)}, {"dropped", dropped}};
     }
+    if (what == "version") {
+        const std::string version = need(command, "version");
+        if (version.find_first_not_of("0123456789.") != std::string::npos)
+            throw Refusal(fmt::format("expected a version such as 2.4.0, found '{}'", version));
+        home.set_version(version);
+        const bool installed = set_package_version(version);
+        return {{"did", fmt::format("is version {}", version)}, {"installed", installed}};
+    }
+    if (what == "restart") {
+        world_.loop.post([this] { world_.loop.restart(); });
+        return did("begins anew");
+    }
     if (what == "stop") {
         world_.loop.post([this] { world_.loop.quit(); });
         return did("stops");
@@ -531,7 +544,7 @@ Json Control::obey(const std::string& what, const Json& command)
         "enrollee-list", "sign",        "cloud",       "suspend",       "update",        "caching",
         "tokens",        "metadata",    "time",        "fault-add",     "fault-preset",  "fault-remove",
         "fault-list",    "fault-names", "fault-clear", "snapshot-save", "snapshot-load", "fire",
-        "drop",          "stop"};
+        "drop",          "stop",        "version",     "restart"};
     throw Refusal(fmt::format("no command '{}'{}", what,
                               home::did_you_mean(what, {std::begin(known), std::end(known)})),
                   Status::unsupported);

@@ -26,6 +26,7 @@ struct Kind {
 };
 
 constexpr Kind kinds[] = {
+    {"reject", nullptr, 0, "a client that connects is dropped at its first request"},
     {"refuse", nullptr, 0, "the client is dropped instead of being answered"},
     {"drop", nullptr, 0, "the request is served and never answered"},
     {"no-answer", nullptr, 0, "the request is served and never answered"},
@@ -157,10 +158,18 @@ bool Faults::strikes(Fault& fault, const stub::Request& at, bool callback)
     return true;
 }
 
+bool Faults::admits(stub::Client& client)
+{
+    for (auto& fault : faults_)
+        if (fault.name == "reject" && strikes(fault, {client, 0, "", {}}, false))
+            return false;
+    return true;
+}
+
 void Faults::request(const stub::Request& request, stub::Plan& plan)
 {
     for (auto& fault : faults_) {
-        if (fault.name == "result-after" || !strikes(fault, request, false))
+        if (fault.name == "result-after" || fault.name == "reject" || !strikes(fault, request, false))
             continue;
         const int number = static_cast<int>(fault.number);
         if (fault.name == "refuse") {

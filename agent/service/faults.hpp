@@ -21,6 +21,7 @@
 // client, method, delegate and device. While none is set a request costs one look at an empty list.
 //
 //   name             what happens                                               parameters
+//   reject           a client that connects is dropped at its first request
 //   refuse           the client is dropped instead of being answered
 //   drop             the request is served and never answered                   (also: no-answer)
 //   delay            the answer comes later                                     ms (1000)
@@ -68,6 +69,7 @@ public:
     home::Json list() const;
     static home::Json names();
 
+    bool admits(stub::Client& client);
     void request(const stub::Request& request, stub::Plan& plan);
     void answer(const stub::Request& request, int& result);
     void callback(const stub::Request& callback, stub::CallbackPlan& plan);

@@ -104,7 +104,11 @@ std::optional<Status> HomeService::refusal(const Home& home, int method)
     return std::nullopt;
 }
 
-void HomeService::on_client_connected(Client&) {}
+void HomeService::on_client_connected(Client& client)
+{
+    if (admits && !admits(client))
+        client.drop();
+}
 
 void HomeService::on_client_disconnected(Client& client)
 {

@@ -77,6 +77,9 @@ public:
     // How many callbacks are registered, by kind, for whoever looks at the agent.
     Json registrations() const;
 
+    // Whether a client that connects may stay; everyone may while this is empty.
+    std::function<bool(Client&)> admits;
+
     void on_client_connected(Client& client) override;
     void on_client_disconnected(Client& client) override;
 

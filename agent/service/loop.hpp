@@ -23,6 +23,13 @@ public:
     // Runs until `quit`, SIGTERM or SIGINT.
     void run();
     void quit() { g_main_loop_quit(loop_); }
+    // Ends like quit, and the program begins anew.
+    void restart()
+    {
+        restarts_ = true;
+        quit();
+    }
+    bool restarts() const { return restarts_; }
 
 private:
     static gboolean turn(gpointer self);
@@ -31,6 +38,7 @@ private:
 
     home::Clock& clock_;
     GMainLoop* loop_;
+    bool restarts_ = false;
     guint timer_ = 0;
     guint turn_ = 0;
     guint signals_[2];

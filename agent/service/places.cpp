@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <fstream>
+#include <sstream>
 
 namespace quorvel::agent {
 
@@ -42,6 +44,22 @@ std::string package_directory()
 {
     const std::string home = variable("QUORVEL_HOME_DIR");
     return home.empty() ? data_directory() + "/packages" : home + "/packages";
+}
+
+bool set_package_version(const std::string& version)
+{
+    const std::string path = package_directory() + "/" + app_id + ".package";
+    std::ifstream read{path};
+    std::ostringstream text;
+    for (std::string line; std::getline(read, line);)
+        text << (line.starts_with("version=") ? "version=" + version : line) << '\n';
+    if (!read.eof())
+        return false;
+    read.close();
+    std::ofstream write{path, std::ios::trunc};
+    write << text.str();
+    write.close();
+    return static_cast<bool>(write);
 }
 
 std::string models_directory()

@@ -10,6 +10,8 @@ inline constexpr const char* app_id = "com.veltrane.norvik.quorvel-client";
 
 std::string package_directory();
 std::string models_directory();
+// Rewrites the version in the user's package file; false when there is none.
+bool set_package_version(const std::string& version);
 // The control socket lies beside the port's.
 std::string control_path();
 
