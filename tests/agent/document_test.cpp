@@ -20,15 +20,16 @@ TEST(Document, ReadsWhatItWroteFromJsonToTheSameValues)
 
 TEST(Document, FollowsAliases)
 {
-    EXPECT_EQ(read_yaml("{a: &x {k: 1}, b: *x}", "f").json(), Json::parse(R"({"a": {"k": 1}, "b": {"k": 1}})"));
+    EXPECT_EQ(read_yaml("{a: &x {k: 1}, b: *x}", "f").json(),
+              Json::parse(R"({"a": {"k": 1}, "b": {"k": 1}})"));
 }
 
 TEST(Document, RefusesAliasesThatGrowWithoutEnd)
 {
     std::string text = "a: &a0 [x, x, x, x, x, x, x, x, x, x]\n";
     for (int i = 1; i < 12; ++i)
-        text += fmt::format("b{}: &a{} [*a{}, *a{}, *a{}, *a{}, *a{}, *a{}, *a{}, *a{}, *a{}]\n", i, i, i - 1, i - 1,
-                            i - 1, i - 1, i - 1, i - 1, i - 1, i - 1, i - 1);
+        text += fmt::format("b{}: &a{} [*a{}, *a{}, *a{}, *a{}, *a{}, *a{}, *a{}, *a{}, *a{}]\n", i, i, i - 1,
+                            i - 1, i - 1, i - 1, i - 1, i - 1, i - 1, i - 1, i - 1);
     EXPECT_NE(message_of([&] { read_yaml(text, "f"); }).find("expected a smaller file"), std::string::npos);
 }
 
@@ -65,7 +66,10 @@ TEST(DidYouMean, SuggestsTheNearestWordAndNothingThatIsFar)
 
 TEST(Json, WritesBytesThatAreNoTextWithoutFailing)
 {
-    EXPECT_EQ(to_text(Json("a\xff" "b")), "\"a\xef\xbf\xbd" "b\"");
+    EXPECT_EQ(to_text(Json("a\xff"
+                           "b")),
+              "\"a\xef\xbf\xbd"
+              "b\"");
 }
 
 TEST(Json, RefusesToReadWhatNestsTooDeeply)
@@ -73,7 +77,8 @@ TEST(Json, RefusesToReadWhatNestsTooDeeply)
     EXPECT_FALSE(parse_json(std::string(100000, '[')));
     EXPECT_FALSE(parse_json(std::string(65, '[') + std::string(65, ']')));
     EXPECT_TRUE(parse_json(std::string(64, '[') + std::string(64, ']')));
-    EXPECT_TRUE(parse_json(R"({"a": "[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[["})"));
+    EXPECT_TRUE(
+        parse_json(R"({"a": "[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[["})"));
     EXPECT_FALSE(parse_json("{"));
 }
 

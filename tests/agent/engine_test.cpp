@@ -32,7 +32,8 @@ TEST_F(HomeTest, AResourceRefusesWhatOnlyTheDeviceMayChange)
 TEST_F(HomeTest, AResourceIsWrittenAsAWholeOrNotAtAll)
 {
     std::string problem;
-    EXPECT_EQ(home.write_resource("lamp", "/color", {{"hue", 120}, {"saturation", 900}}, problem), Status::invalid);
+    EXPECT_EQ(home.write_resource("lamp", "/color", {{"hue", 120}, {"saturation", 900}}, problem),
+              Status::invalid);
     EXPECT_EQ(value("lamp", "hue"), 0.0);
 }
 
@@ -40,17 +41,21 @@ TEST_F(HomeTest, CommandsTakeTheirArgumentsByPlaceAndByName)
 {
     EXPECT_EQ(home.command("lamp", "main", "color", "setColor", Json::parse("[120, 50]")).status, Status::ok);
     EXPECT_EQ(value("lamp", "hue"), 120);
-    EXPECT_EQ(home.command("lamp", "main", "level", "setLevel", Json::parse(R"({"level": 7})")).status, Status::ok);
+    EXPECT_EQ(home.command("lamp", "main", "level", "setLevel", Json::parse(R"({"level": 7})")).status,
+              Status::ok);
     EXPECT_EQ(value("lamp", "level"), 7);
 }
 
 TEST_F(HomeTest, ACommandThatCannotBeMeantChangesNothingAndSaysWhy)
 {
-    const auto fails = [&](const char* device, const char* capability, const char* command, const char* arguments) {
-        const CommandResult result = home.command(device, "main", capability, command, Json::parse(arguments));
+    const auto fails = [&](const char* device, const char* capability, const char* command,
+                           const char* arguments) {
+        const CommandResult result =
+            home.command(device, "main", capability, command, Json::parse(arguments));
         return std::pair{result.status, result.message};
     };
-    EXPECT_EQ(fails("nobody", "switch", "on", "[]"), (std::pair{Status::no_data, std::string{"no device 'nobody'"}}));
+    EXPECT_EQ(fails("nobody", "switch", "on", "[]"),
+              (std::pair{Status::no_data, std::string{"no device 'nobody'"}}));
     EXPECT_EQ(fails("light", "level", "setLevel", "[1]").first, Status::no_data);
     EXPECT_EQ(fails("lamp", "level", "glow", "[]"),
               (std::pair{Status::invalid, std::string{"capability 'level' has no command 'glow'"}}));
@@ -106,8 +111,9 @@ TEST_F(HomeTest, MotionEndsAfterItsTimeAndMotionSeenAgainBeginsItAnew)
 
 TEST_F(HomeTest, ARoomHeatsTowardTheSetpointAndStaysThere)
 {
-    EXPECT_EQ(home.command("heater", "main", "thermostat", "setHeatingSetpoint", Json::parse("[21.5]")).status,
-              Status::ok);
+    EXPECT_EQ(
+        home.command("heater", "main", "thermostat", "setHeatingSetpoint", Json::parse("[21.5]")).status,
+        Status::ok);
     clock.advance(24'000);
     EXPECT_DOUBLE_EQ(value("heater", "temperature").get<double>(), 21.2);
     clock.advance(3'600'000);
@@ -184,7 +190,8 @@ TEST_F(HomeTest, ScenesThatRunEachOtherInARingEnd)
 {
     std::string id;
     std::string problem;
-    ASSERT_EQ(home.add_scene("home", Json::parse(R"({"name": "ring", "actions": [{"scene": "scene-1"}]})"), id, problem),
+    ASSERT_EQ(home.add_scene("home", Json::parse(R"({"name": "ring", "actions": [{"scene": "scene-1"}]})"),
+                             id, problem),
               Status::ok);
     ASSERT_EQ(id, "scene-1");
     std::vector<CommandResult> results;
@@ -252,10 +259,9 @@ TEST_F(HomeTest, RulesThatTriggerEachOtherForEverDoNotHoldTheHome)
 {
     std::string id;
     std::string problem;
-    for (const char* rule :
-         {R"({"name": "a", "when": {"device": "light", "attribute": "switch", "is": "on"},
+    for (const char* rule : {R"({"name": "a", "when": {"device": "light", "attribute": "switch", "is": "on"},
               "then": [{"device": "light", "set": {"switch": "off"}}]})",
-          R"({"name": "b", "when": {"device": "light", "attribute": "switch", "is": "off"},
+                             R"({"name": "b", "when": {"device": "light", "attribute": "switch", "is": "off"},
               "then": [{"device": "light", "set": {"switch": "on"}}]})"})
         ASSERT_EQ(home.add_rule("home", Json::parse(rule), id, problem), Status::ok) << problem;
     report("light", "switch", "on");
@@ -319,7 +325,8 @@ TEST_F(HomeTest, ADeviceThatIsMovedLeavesTheOnePlaceAndIsInTheOther)
     EXPECT_EQ(home.move_device("lamp", "cabin", "den"), Status::ok);
     EXPECT_FALSE(home.rooms().find("living")->devices.contains({home.devices().find("lamp")->order, "lamp"}));
     EXPECT_TRUE(home.rooms().find("den")->devices.contains({home.devices().find("lamp")->order, "lamp"}));
-    EXPECT_TRUE(home.locations().find("cabin")->devices.contains({home.devices().find("lamp")->order, "lamp"}));
+    EXPECT_TRUE(
+        home.locations().find("cabin")->devices.contains({home.devices().find("lamp")->order, "lamp"}));
 }
 
 TEST_F(HomeTest, ADeviceIsNotMovedIntoARoomOfAnotherPlace)
@@ -378,11 +385,13 @@ TEST_F(HomeTest, FavoritesAreReplacedAsAWholeOrNotAtAll)
 {
     std::vector<std::string> ids;
     std::string problem;
-    EXPECT_EQ(home.replace_favorites("home", "", Json::parse(R"([{"memberId": "light"}, {"memberId": "nobody"}])"), ids,
-                                     problem),
-              Status::no_data);
+    EXPECT_EQ(
+        home.replace_favorites("home", "", Json::parse(R"([{"memberId": "light"}, {"memberId": "nobody"}])"),
+                               ids, problem),
+        Status::no_data);
     EXPECT_EQ(home.favorites().size(), 2U);
-    EXPECT_EQ(home.replace_favorites("home", "", Json::parse(R"([{"memberId": "light"}])"), ids, problem), Status::ok);
+    EXPECT_EQ(home.replace_favorites("home", "", Json::parse(R"([{"memberId": "light"}])"), ids, problem),
+              Status::ok);
     EXPECT_EQ(home.favorites().size(), 1U);
     EXPECT_EQ(home.favorites().front().member, "light");
 }
@@ -423,8 +432,10 @@ TEST_F(HomeTest, AnInfraredDeviceNeedsAHubThatCanSpeakToIt)
     std::string id;
     EXPECT_EQ(home.create_infrared("lamp", {{"name", "TV"}}, id), Status::invalid);
     EXPECT_EQ(home.create_infrared("nobody", {{"name", "TV"}}, id), Status::no_data);
-    EXPECT_EQ(home.create_infrared("hub", {{"name", "TV"}, {"keys", {"power", "up", "mute"}}}, id), Status::ok);
-    EXPECT_EQ(home.command(id, "main", "infraredRemote", "press", Json::parse(R"(["power"])")).status, Status::ok);
+    EXPECT_EQ(home.create_infrared("hub", {{"name", "TV"}, {"keys", {"power", "up", "mute"}}}, id),
+              Status::ok);
+    EXPECT_EQ(home.command(id, "main", "infraredRemote", "press", Json::parse(R"(["power"])")).status,
+              Status::ok);
 }
 
 TEST_F(HomeTest, MigrationTakesOverWhatBelongedToTheOlderPlatform)

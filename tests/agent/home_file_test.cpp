@@ -4,7 +4,7 @@
 namespace quorvel::home {
 namespace {
 
-struct Broken {
+struct BrokenHome {
     const char* name;
     const char* text;
     const char* message;
@@ -15,7 +15,7 @@ constexpr const char* head =
     "places: [{id: home, rooms: [kitchen, hall]}, {id: cabin, rooms: [den]}]\n";
 
 // A text that begins with + goes behind the two lines above.
-const Broken broken[] = {
+const BrokenHome broken_homes[] = {
     {"IsEmpty", "", "home.yaml:1:1: expected a map, found an empty file"},
     {"IsNotYaml", "quorvel-home: [1", "home.yaml:1:17: not YAML: end of sequence flow not found"},
     {"IsAList", "- 1\n", "home.yaml:1:1: expected a home file: a map with 'quorvel-home: 1', found a list"},
@@ -91,7 +91,7 @@ const Broken broken[] = {
      "home.yaml:2:29: 'home' is a place already"},
 };
 
-class BrokenHomeFile : public testing::TestWithParam<Broken> {};
+class BrokenHomeFile : public testing::TestWithParam<BrokenHome> {};
 
 TEST_P(BrokenHomeFile, IsRefusedWithPlaceAndReasonAndLeavesTheHomeAsItWas)
 {
@@ -101,14 +101,15 @@ TEST_P(BrokenHomeFile, IsRefusedWithPlaceAndReasonAndLeavesTheHomeAsItWas)
     home.load(read_yaml(embedded_home(), "default home"));
     const Json before = home.save();
     const std::string_view given = GetParam().text;
-    const std::string text = given.starts_with('+') ? head + std::string{given.substr(1)} : std::string{given};
+    const std::string text =
+        given.starts_with('+') ? head + std::string{given.substr(1)} : std::string{given};
     EXPECT_EQ(message_of([&] { home.load(read_yaml(text, "home.yaml")); }), GetParam().message);
     Json after = home.save();
     after["agent"]["time"] = before["agent"]["time"];
     EXPECT_EQ(after, before);
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, BrokenHomeFile, testing::ValuesIn(broken),
+INSTANTIATE_TEST_SUITE_P(Each, BrokenHomeFile, testing::ValuesIn(broken_homes),
                          [](const auto& each) { return std::string{each.param.name}; });
 
 TEST(HomeFile, TheBuiltInHomeHasAtLeastTwelveDevicesInFourRooms)
@@ -140,8 +141,8 @@ TEST_F(HomeTest, AListKeepsTheOrderOfTheFile)
     std::vector<std::string> ids;
     for (const auto& device : home.devices())
         ids.push_back(device.id);
-    EXPECT_EQ(ids, (std::vector<std::string>{"hub", "lamp", "light", "motion", "heater", "plug", "washer", "button",
-                                             "old"}));
+    EXPECT_EQ(ids, (std::vector<std::string>{"hub", "lamp", "light", "motion", "heater", "plug", "washer",
+                                             "button", "old"}));
 }
 
 TEST(HomeFile, TenThousandDevicesAreReadInTimeThatGrowsWithTheirNumber)

@@ -68,13 +68,13 @@ defaults: {water: 20}
     EXPECT_EQ(models.find("kettle.smart"), &model);
 }
 
-struct Broken {
+struct BrokenText {
     const char* name;
     const char* text;
     const char* message;
 };
 
-const Broken broken[] = {
+const BrokenText broken_models[] = {
     {"HasNoComponents", "quorvel-model: 1\nid: m\nname: M\n", "m.yaml:1:1: expected the key 'components'"},
     {"HasAnUnknownCapability", "quorvel-model: 1\nid: m\nname: M\ncomponents: {main: [swich]}\n",
      "m.yaml:4:21: unknown capability 'swich' (did you mean 'switch'?)"},
@@ -82,7 +82,8 @@ const Broken broken[] = {
      "m.yaml:4:29: capability 'switch' given twice"},
     {"HasAnUnknownKey", "quorvel-model: 1\nid: m\nname: M\nmakr: x\ncomponents: {main: [switch]}\n",
      "m.yaml:4:1: unknown key 'makr' (did you mean 'maker'?)"},
-    {"HasABadDefault", "quorvel-model: 1\nid: m\nname: M\ncomponents: {main: [level]}\ndefaults: {level: 101}\n",
+    {"HasABadDefault",
+     "quorvel-model: 1\nid: m\nname: M\ncomponents: {main: [level]}\ndefaults: {level: 101}\n",
      "m.yaml:5:19: expected a whole number from 0 to 100 for 'level'"},
     {"HasAnUnknownKindOfDynamics",
      "quorvel-model: 1\nid: m\nname: M\ncomponents: {main: [battery]}\ndynamics: [{kind: drian, attribute: "
@@ -102,7 +103,7 @@ const Broken broken[] = {
      "m.yaml:4:68: expected a URI that begins with /, found 'a'"},
 };
 
-class BrokenModel : public testing::TestWithParam<Broken> {};
+class BrokenModel : public testing::TestWithParam<BrokenText> {};
 
 TEST_P(BrokenModel, IsRefusedWithPlaceAndReason)
 {
@@ -111,7 +112,7 @@ TEST_P(BrokenModel, IsRefusedWithPlaceAndReason)
     EXPECT_EQ(models.find("m"), nullptr);
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, BrokenModel, testing::ValuesIn(broken),
+INSTANTIATE_TEST_SUITE_P(Each, BrokenModel, testing::ValuesIn(broken_models),
                          [](const auto& each) { return std::string{each.param.name}; });
 
 }  // namespace

@@ -6,12 +6,14 @@
 namespace quorvel::home {
 namespace {
 
+using Onboarding = Setup;
+
 class SetupTest : public HomeTest {
 protected:
-    static constexpr Setup::Owner me = 1;
-    static constexpr Setup::Owner other = 2;
+    static constexpr Onboarding::Owner me = 1;
+    static constexpr Onboarding::Owner other = 2;
 
-    Setup::Result noting()
+    Onboarding::Result noting()
     {
         return [this](int result) { results.push_back(result); };
     }
@@ -22,18 +24,19 @@ protected:
         clock.advance(200);
         ASSERT_EQ(setup.begin(me, address, false), Status::ok);
         clock.advance(100);
-        if (setup.stage() == Setup::ownership) {
-            ASSERT_EQ(setup.choose_ownership(me, Setup::with_pin), Status::ok);
+        if (setup.stage() == Onboarding::ownership) {
+            ASSERT_EQ(setup.choose_ownership(me, Onboarding::with_pin), Status::ok);
             clock.advance(100);
             ASSERT_EQ(setup.give_pin(me, "1234"), Status::ok);
             clock.advance(100);
         }
-        ASSERT_EQ(setup.stage(), Setup::wifi);
+        ASSERT_EQ(setup.stage(), Onboarding::wifi);
         results.clear();
     }
     void configure()
     {
-        ASSERT_EQ(setup.configure_device(me, {{"ssid", "net"}, {"password", "secret12"}}, noting()), Status::ok);
+        ASSERT_EQ(setup.configure_device(me, {{"ssid", "net"}, {"password", "secret12"}}, noting()),
+                  Status::ok);
         clock.advance(100);
         ASSERT_EQ(results, std::vector{0});
         results.clear();
@@ -46,7 +49,7 @@ protected:
         return all;
     }
 
-    Setup setup{home};
+    Onboarding setup{home};
     std::vector<int> results;
 };
 
@@ -60,7 +63,7 @@ TEST_F(SetupTest, AnOnboardingWithEveryQuestionEndsWithADeviceOfTheHome)
     ASSERT_EQ(setup.configure_cloud(me, {}, noting()), Status::ok);
     clock.advance(200);
     EXPECT_TRUE(signed_in);
-    EXPECT_EQ(setup.stage(), Setup::done);
+    EXPECT_EQ(setup.stage(), Onboarding::done);
     const Device* joined = home.devices().find("sensor");
     ASSERT_NE(joined, nullptr);
     EXPECT_EQ(joined->room, "hall");
@@ -70,15 +73,15 @@ TEST_F(SetupTest, AnOnboardingWithEveryQuestionEndsWithADeviceOfTheHome)
 TEST_F(SetupTest, TheStagesAreToldInTheirOrder)
 {
     meet("10.0.0.1");
-    EXPECT_EQ(states(), (std::vector<std::pair<int, int>>{{Setup::init, Setup::begun},
-                                                          {Setup::init, Setup::finished},
-                                                          {Setup::start, Setup::begun},
-                                                          {Setup::start, Setup::finished},
-                                                          {Setup::ownership, Setup::waiting},
-                                                          {Setup::ownership, Setup::finished},
-                                                          {Setup::pin, Setup::waiting},
-                                                          {Setup::pin, Setup::finished},
-                                                          {Setup::wifi, Setup::waiting}}));
+    EXPECT_EQ(states(), (std::vector<std::pair<int, int>>{{Onboarding::init, Onboarding::begun},
+                                                          {Onboarding::init, Onboarding::finished},
+                                                          {Onboarding::start, Onboarding::begun},
+                                                          {Onboarding::start, Onboarding::finished},
+                                                          {Onboarding::ownership, Onboarding::waiting},
+                                                          {Onboarding::ownership, Onboarding::finished},
+                                                          {Onboarding::pin, Onboarding::waiting},
+                                                          {Onboarding::pin, Onboarding::finished},
+                                                          {Onboarding::wifi, Onboarding::waiting}}));
 }
 
 TEST_F(SetupTest, EachStageTakesItsTime)
@@ -97,12 +100,12 @@ TEST_F(SetupTest, AWrongPinIsAskedForAgainThreeTimes)
     clock.advance(100);
     setup.begin(me, "10.0.0.1", false);
     clock.advance(100);
-    setup.choose_ownership(me, Setup::with_pin);
+    setup.choose_ownership(me, Onboarding::with_pin);
     clock.advance(100);
     for (int i = 0; i < 2; ++i) {
         setup.give_pin(me, "0000");
         clock.advance(100);
-        EXPECT_EQ(setup.stage(), Setup::pin);
+        EXPECT_EQ(setup.stage(), Onboarding::pin);
     }
     EXPECT_EQ(take<event::SetupAsksPin>().size(), 3U);
     setup.give_pin(me, "0000");

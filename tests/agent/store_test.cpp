@@ -51,8 +51,9 @@ TEST_F(KeptHome, EveryKindOfChangeIsFoundAgain)
     values.name = "Attic";
     ASSERT_EQ(home.add_room("home", values, id), Status::ok);
     ASSERT_EQ(home.add_location(values, id), Status::ok);
-    ASSERT_EQ(home.add_scene("home", Json::parse(R"({"name": "s", "actions": [{"notify": "x"}]})"), id, problem),
-              Status::ok);
+    ASSERT_EQ(
+        home.add_scene("home", Json::parse(R"({"name": "s", "actions": [{"notify": "x"}]})"), id, problem),
+        Status::ok);
     home.remove_device("button");
     home.remove_rule("on-motion");
     home.add_favorite("home", "", {{"memberId", "light"}}, id, problem);
@@ -94,14 +95,16 @@ struct BrokenState {
     const char* message;  // behind the file's name
 };
 
-// What is in the file is as broken as somebody's own hand can make it; the file is not changed by being refused.
-const BrokenState broken[] = {
+// What is in the file is as broken as somebody's own hand can make it; the file is not changed by being
+// refused.
+const BrokenState broken_states[] = {
     {"HasADeviceThatIsNoJson", "UPDATE thing SET body = '{' WHERE kind = 'device' AND id = 'lamp'",
      ": device 'lamp': expected JSON"},
     {"HasADeviceOfAModelThatIsGone",
      "UPDATE thing SET body = replace(body, 'light.color', 'light.colr') WHERE kind = 'device' AND id = 'lamp'",
      ": device 'lamp': no model 'light.colr' (did you mean 'light.color'?)"},
-    {"HasNoPlace", "DELETE FROM thing WHERE kind IN ('place', 'device', 'scene', 'rule', 'group', 'favorite')",
+    {"HasNoPlace",
+     "DELETE FROM thing WHERE kind IN ('place', 'device', 'scene', 'rule', 'group', 'favorite')",
      ": expected at least one place"},
     {"HasALaterLayout", "PRAGMA user_version = 2", ": expected a state file of layout 1, found 2"},
     {"IsOfAnotherProgram", "PRAGMA application_id = 77",
@@ -123,12 +126,13 @@ TEST_P(BrokenStateFile, IsRefusedWithItsNameAndKeepsWhatItHolds)
     EXPECT_FALSE(other.kept());
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, BrokenStateFile, testing::ValuesIn(broken),
+INSTANTIATE_TEST_SUITE_P(Each, BrokenStateFile, testing::ValuesIn(broken_states),
                          [](const auto& each) { return std::string{each.param.name}; });
 
 TEST_F(KeptHome, AFileThatIsNoDatabaseIsRefusedAndLeftAlone)
 {
-    std::ofstream{file.path()} << "a text that is somebody's own, and long enough to be read as a header by mistake\n";
+    std::ofstream{file.path()}
+        << "a text that is somebody's own, and long enough to be read as a header by mistake\n";
     EXPECT_EQ(message_of([&] { Store{file.path()}; }),
               file.path() + ": cannot be used as a state file: file is not a database");
     std::ifstream read{file.path()};

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
