@@ -150,8 +150,12 @@ public:
     ~Client()
     {
         quorvel_client_disconnect(handle);
-        // The agent ends with its socket's directory; it is found by what it was started for.
-        std::system(("pkill -f " BENCH_AGENT " >/dev/null 2>&1"));
+        for (const auto& process : std::filesystem::directory_iterator{"/proc"}) {
+            std::error_code gone;
+            const auto program = std::filesystem::read_symlink(process.path() / "exe", gone);
+            if (!gone && program == BENCH_AGENT)
+                kill(std::atoi(process.path().filename().c_str()), SIGTERM);
+        }
         std::filesystem::remove_all(home_);
     }
     Client(const Client&) = delete;
