@@ -55,7 +55,7 @@ int install(const home::Home& home, const Options& options)
     const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
     const std::filesystem::path directory = agent::package_directory();
     std::filesystem::create_directories(directory, error);
-    const std::filesystem::path path = directory / (std::string{agent::app_id} + ".package");
+    const std::filesystem::path path = directory / (std::string{agent::agent_app_id} + ".package");
     std::string exec = "'" + self.string() + "'";
     const auto add = [&](const char* option, const std::string& value) {
         if (!value.empty())
@@ -65,8 +65,8 @@ int install(const home::Home& home, const Options& options)
     add("--state", options.state);
     add("--models", options.models);
     std::ofstream file{path, std::ios::trunc};
-    file << fmt::format("# Written by quorvel-agent --install.\nid={}\nversion={}\nexec={}\n", agent::app_id,
-                        home.account().version, exec);
+    file << fmt::format("# Written by quorvel-agent --install.\nid={}\nversion={}\nexec={}\n",
+                        agent::agent_app_id, home.account().version, exec);
     file.close();
     if (!file || chmod(path.c_str(), 0644) != 0) {
         fmt::print(stderr, "quorvel-agent: {}: cannot be written: {}\n", path.string(), std::strerror(errno));
@@ -80,7 +80,7 @@ int uninstall()
 {
     std::error_code error;
     const auto path =
-        std::filesystem::path{agent::package_directory()} / (std::string{agent::app_id} + ".package");
+        std::filesystem::path{agent::package_directory()} / (std::string{agent::agent_app_id} + ".package");
     std::filesystem::remove(path, error);
     if (error)
         fmt::print(stderr, "quorvel-agent: {}: cannot be removed: {}\n", path.string(), error.message());
@@ -172,7 +172,7 @@ int main(int argc, char** argv)
     if (!options.log.empty())
         setenv("QUORVEL_LOG", options.log.c_str(), 1);
     // The port is named after the application that offers it.
-    setenv("QUORVEL_APP_ID", agent::app_id, 0);
+    setenv("QUORVEL_APP_ID", agent::agent_app_id, 0);
     try {
         const int status = run(options);
         if (status == again)

@@ -119,9 +119,16 @@ Status Home::add_device(const Node& description)
             item["rooms"].push_back(room);
         home["places"].push_back(std::move(item));
     }
-    home["devices"].push_back(description.json());
+    Json item = description.json();
+    const std::string parent = text_at(item, "parent");
+    if (item.is_object())
+        item.erase("parent");
+    home["devices"].push_back(std::move(item));
     Contents read = read_home(Node::from(home, "device"), models_, clock_.now());
+    if (!parent.empty() && !c_.devices.contains(parent))
+        return Status::no_data;
     Device device = std::move(read.devices.front());
+    device.parent = parent;
     device.children.clear();
     return add_device(std::move(device));
 }

@@ -48,7 +48,7 @@ std::string package_directory()
 
 bool set_package_version(const std::string& version)
 {
-    const std::string path = package_directory() + "/" + app_id + ".package";
+    const std::string path = package_directory() + "/" + agent_app_id + ".package";
     std::ifstream read{path};
     std::ostringstream text;
     for (std::string line; std::getline(read, line);)
@@ -71,7 +71,7 @@ std::string models_directory()
 std::string control_path()
 {
     const std::string id = variable("QUORVEL_APP_ID");
-    return socket_directory() + "/" + (id.empty() ? app_id : id) + ".control.sock";
+    return socket_directory() + "/" + (id.empty() ? agent_app_id : id) + ".control.sock";
 }
 
 }  // namespace quorvel::agent

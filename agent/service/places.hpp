@@ -6,7 +6,7 @@
 // Where the agent's files lie. QUORVEL_HOME_DIR moves all of them, like the platform's own.
 namespace quorvel::agent {
 
-inline constexpr const char* app_id = "com.veltrane.norvik.quorvel-client";
+inline constexpr const char* agent_app_id = "com.veltrane.norvik.quorvel-client";
 
 std::string package_directory();
 std::string models_directory();
