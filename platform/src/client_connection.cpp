@@ -13,7 +13,6 @@
 #include <new>
 
 #include "log.hpp"
-#include "loop_source.hpp"
 #include "packages.hpp"
 #include "proxy.hpp"
 #include "starter.hpp"
@@ -92,16 +91,12 @@ ClientConnection::~ClientConnection() = default;
 
 void ClientConnection::begin(const Ref<ClientConnection>& self)
 {
-    {
-        const std::lock_guard lock{making_};
-        source_ = LoopSource<ClientConnection>::make(self, "quorvel port");
-    }
+    source_.make(self, "quorvel port");
     advance();
     watch_delivery(self);
     set_step(step());
-    const std::lock_guard lock{making_};
-    if (source_ != nullptr)
-        g_source_attach(source_, nullptr);
+    wake();
+    source_.with([](GSource* source) { g_source_attach(source, nullptr); });
 }
 
 void ClientConnection::abandon(const Ref<ClientConnection>& self) noexcept
@@ -109,44 +104,49 @@ void ClientConnection::abandon(const Ref<ClientConnection>& self) noexcept
     Handles::retire(self);
     state_.store(State::closed, std::memory_order_release);
     shut_down();
-    drop_source();
+    source_.drop();
     stop_watch();
 }
 
-void ClientConnection::drop_source() noexcept
-{
-    GSource* source = nullptr;
-    {
-        const std::lock_guard lock{making_};
-        source = std::exchange(source_, nullptr);
-        if (source != nullptr)
-            g_source_destroy(source);
-    }
-    if (source != nullptr)
-        g_source_unref(source);
-}
-
-bool ClientConnection::has_work() const noexcept
+// When the loop has to come here although no descriptor is ready.
+gint64 ClientConnection::due() const noexcept
 {
     switch (step()) {
         case Step::find:
+            return LoopSource::at(retry_at_);
         case Step::await_welcome:
-        case Step::over:
-            return false;
-        case Step::run:
-            return unannounced_.load(std::memory_order_relaxed) != 0 || state() != State::open;
+            return LoopSource::at(connect_deadline_);
         case Step::tell_connected:
         case Step::tell_rejected:
         case Step::tell_disconnected:
-            return true;
+            return LoopSource::kNow;
+        case Step::run:
+            return unannounced_.load(std::memory_order_acquire) != 0 || state() != State::open
+                       ? LoopSource::kNow
+                       : LoopSource::kNever;
+        case Step::over:
+            break;
     }
-    return false;
+    return LoopSource::kNever;
+}
+
+void ClientConnection::wake() noexcept
+{
+    source_.schedule([this] { return due(); });
 }
 
 bool ClientConnection::dispatch(const Ref<ClientConnection>& self)
 {
     if (step() == Step::find || step() == Step::await_welcome)
         advance();
+    // What is left to do is not forgotten either when an application's callback throws.
+    const std::unique_ptr<ClientConnection, void (*)(ClientConnection*)> at_end{
+        this, [](ClientConnection* connection) { connection->wake(); }};
+    return go_on(self);
+}
+
+bool ClientConnection::go_on(const Ref<ClientConnection>& self)
+{
     switch (step()) {
         case Step::find:
         case Step::await_welcome:
@@ -273,14 +273,8 @@ void ClientConnection::start()
 
 void ClientConnection::retry_soon() noexcept
 {
-    const auto now = Clock::now();
-    const auto delay = std::min<Clock::duration>(retry_after_, connect_deadline_ - now);
+    retry_at_ = std::min(Clock::now() + retry_after_, connect_deadline_);
     retry_after_ = std::min(2 * retry_after_, std::chrono::milliseconds{kLongestRetry});
-    const std::lock_guard lock{making_};
-    if (source_ != nullptr) {
-        g_source_set_ready_time(
-            source_, g_get_monotonic_time() + std::chrono::ceil<std::chrono::microseconds>(delay).count());
-    }
 }
 
 void ClientConnection::join(Reached main, Reached callback)
@@ -304,17 +298,18 @@ void ClientConnection::join(Reached main, Reached callback)
         settle(step_after_silence());
         return;
     }
-    const std::lock_guard lock{making_};
-    if (source_ == nullptr)
-        return;
-    main_ = std::move(main.socket);
-    callback_ = std::move(callback.socket);
+    {
+        const std::lock_guard lock{making_};
+        main_ = std::move(main.socket);
+        callback_ = std::move(callback.socket);
+    }
+    source_.with([this](GSource* source) {
+        main_tag_ = g_source_add_unix_fd(source, main_.get(), static_cast<GIOCondition>(G_IO_IN | kEnds));
+    });
     set_step(Step::await_welcome);
-    main_tag_ = g_source_add_unix_fd(source_, main_.get(), static_cast<GIOCondition>(G_IO_IN | kEnds));
-    g_source_set_ready_time(
-        source_,
-        g_get_monotonic_time()
-            + std::chrono::ceil<std::chrono::microseconds>(connect_deadline_ - Clock::now()).count());
+    // Whoever closed the connection in the meantime had no sockets to shut down.
+    if (state() == State::closed)
+        shut_down();
 }
 
 // What a socket that was closed without a word means. An agent of the same user has no cause to turn a client
@@ -350,11 +345,10 @@ void ClientConnection::await_welcome()
     settle(Step::tell_connected);
     State expected = State::connecting;
     if (state_.compare_exchange_strong(expected, State::open, std::memory_order_acq_rel)) {
-        const std::lock_guard lock{making_};
-        if (source_ != nullptr) {
-            g_source_modify_unix_fd(source_, main_tag_, kPeerEnds);
-            g_source_add_unix_fd(source_, callback_.get(), static_cast<GIOCondition>(G_IO_IN | kEnds));
-        }
+        source_.with([this](GSource* source) {
+            g_source_modify_unix_fd(source, main_tag_, kPeerEnds);
+            g_source_add_unix_fd(source, callback_.get(), static_cast<GIOCondition>(G_IO_IN | kEnds));
+        });
     }
 }
 
@@ -364,22 +358,19 @@ void ClientConnection::settle(Step step) noexcept
     set_step(step);
     start_lock_.reset();
     program_.reset();
-    const std::lock_guard lock{making_};
-    if (source_ != nullptr)
-        g_source_set_ready_time(source_, -1);
 }
 
 // One turn of an open connection: callbacks in the order in which they came, then, when nothing is left of
 // a connection that ended, its end.
 bool ClientConnection::run(const Ref<ClientConnection>& self)
 {
-    {
-        const std::lock_guard lock{making_};
-        if (source_ == nullptr)
-            return false;
-        if ((g_source_query_unix_fd(source_, main_tag_) & kPeerEnds) != 0)
-            peer_left();
-    }
+    bool ends = false;
+    const bool there = source_.with(
+        [&](GSource* source) { ends = (g_source_query_unix_fd(source, main_tag_) & kPeerEnds) != 0; });
+    if (!there)
+        return false;
+    if (ends)
+        peer_left();
     // What this turn can tell has to be complete before the end is looked at.
     const bool ending = state() != State::open;
     Drain drained = Drain::some;
@@ -388,6 +379,8 @@ bool ClientConnection::run(const Ref<ClientConnection>& self)
 
     const Deadline turn_end = Clock::now() + kLongestTurn;
     for (int told = 0; told < kCallbacksInTurn && announce_next(); ++told) {
+        // A callback may run the loop itself, which then has to come here for the rest.
+        wake();
         if (!proxy_->events().tell(&ProxyEvents::received, app_id_.c_str(), port_name_.c_str()))
             return false;
         if (Clock::now() >= turn_end)
@@ -424,7 +417,7 @@ void ClientConnection::finish(const Ref<ClientConnection>& self) noexcept
     shut_down();
     Handles::retire(self);
     proxy_->forget(self);
-    drop_source();
+    source_.drop();
     stop_watch();
 }
 
@@ -639,11 +632,9 @@ ClientConnection::Wait ClientConnection::wait(short events, Deadline plainly_unt
         if (poll(sockets, both ? 2 : 1, patience) <= 0)
             continue;
         if (both && sockets[1].revents != 0) {
-            const bool idle = unannounced_.load(std::memory_order_acquire) == 0;
             while (drain() == Drain::some) {
             }
-            if (idle && unannounced_.load(std::memory_order_acquire) != 0)
-                g_main_context_wakeup(nullptr);
+            wake();
         }
         if (sockets[0].revents != 0 || state() != State::open)
             return Wait::ready;
@@ -656,7 +647,7 @@ void ClientConnection::peer_left() noexcept
 {
     State expected = State::open;
     if (state_.compare_exchange_strong(expected, State::peer_gone, std::memory_order_acq_rel))
-        g_main_context_wakeup(nullptr);
+        wake();
 }
 
 void ClientConnection::close_for(const char* reason) noexcept
@@ -667,7 +658,7 @@ void ClientConnection::close_for(const char* reason) noexcept
     QV_LOG(DLOG_ERROR, "%s: the connection to port %s is closed: %s", app_id_.c_str(), port_name_.c_str(),
            reason);
     shut_down();
-    g_main_context_wakeup(nullptr);
+    wake();
 }
 
 void ClientConnection::missed_deadline() noexcept
@@ -762,8 +753,7 @@ void ClientConnection::after_fork() noexcept
     callback_.reset();
     start_lock_.reset();
     program_.reset();
-    // The source finds its descriptors closed, and goes, when the child iterates its main context.
-    source_ = nullptr;
+    source_.after_fork();
     new (&making_) std::mutex;
     new (&sending_) TimedLock;
     new (&reading_) TimedLock;

@@ -11,6 +11,7 @@
 #include "capture.hpp"
 #include "frames.hpp"
 #include "handles.hpp"
+#include "loop_source.hpp"
 #include "places.hpp"
 #include "sockets.hpp"
 #include "timed_lock.hpp"
@@ -53,7 +54,6 @@ public:
     void after_fork() noexcept override;
 
     // The loop source's.
-    bool has_work() const noexcept;
     bool dispatch(const Ref<ClientConnection>& self);
 
 private:
@@ -78,6 +78,9 @@ private:
     void await_welcome();
     Step step_after_silence() const noexcept;
     void retry_soon() noexcept;
+    bool go_on(const Ref<ClientConnection>& self);
+    gint64 due() const noexcept;
+    void wake() noexcept;
     void settle(Step step) noexcept;
     bool run(const Ref<ClientConnection>& self);
     bool announce_next() noexcept;
@@ -95,7 +98,6 @@ private:
     void close_for(const char* reason) noexcept;
     void missed_deadline() noexcept;
     void shut_down() noexcept;
-    void drop_source() noexcept;
 
     void watch_delivery(const Ref<ClientConnection>& self) noexcept;
     static void* run_watch(void* self) noexcept;
@@ -113,10 +115,13 @@ private:
     void* callback_port_ = nullptr;
     std::atomic<State> state_{State::connecting};
 
+    LoopSource source_;
+
     // The loop's; the step also hands the rest from the thread that began to the loop thread.
     std::atomic<Step> step_{Step::find};
     gpointer main_tag_ = nullptr;
     std::chrono::milliseconds retry_after_{1};
+    Deadline retry_at_{};
     std::string path_;
     Descriptor start_lock_;
     Descriptor program_;
@@ -124,9 +129,7 @@ private:
     bool started_ = false;
     uid_t agent_uid_ = 0;
 
-    // Guards the source's end, and the sockets until the connection is open; from then on they stay.
-    std::mutex making_;
-    GSource* source_ = nullptr;
+    std::mutex making_;  // of the sockets, until the connection is open; from then on they stay
     Descriptor main_;
     Descriptor callback_;
 

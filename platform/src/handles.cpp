@@ -173,7 +173,7 @@ void Handles::after_fork() noexcept
 Slot* Handles::again(Slot* slot) noexcept
 {
     if (slot != nullptr)
-        slot->state.fetch_add(1, std::memory_order_relaxed);
+        slot->state.fetch_add(1, std::memory_order_acq_rel);
     return slot;
 }
 

@@ -1,6 +1,7 @@
 // Who listens to the events of a proxy or a stub.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <mutex>
 #include <new>
@@ -37,18 +38,19 @@ public:
     template <typename Callback, typename Call>
     bool for_each(Listeners<Callback> Events::*kind, Call&& call)
     {
-        for (std::size_t i = 0;; ++i) {
+        bool last = false;
+        for (std::size_t i = 0; !last; ++i) {
             Listener<Callback> listener{};
             {
                 const std::lock_guard lock{mutex_};
-                if (closed_)
-                    return false;
-                if (i == (events_.*kind).size())
-                    return true;
+                if (is_closed() || i >= (events_.*kind).size())
+                    break;
                 listener = (events_.*kind)[i];
+                last = i + 1 == (events_.*kind).size();
             }
             call(listener.callback, listener.data);
         }
+        return !is_closed();
     }
 
     template <typename Callback, typename... Arguments>
@@ -60,20 +62,16 @@ public:
     void close() noexcept
     {
         const std::lock_guard lock{mutex_};
-        closed_ = true;
+        closed_.store(true, std::memory_order_release);
     }
 
-    bool is_closed() noexcept
-    {
-        const std::lock_guard lock{mutex_};
-        return closed_;
-    }
+    bool is_closed() const noexcept { return closed_.load(std::memory_order_acquire); }
 
     void after_fork() noexcept { new (&mutex_) std::mutex; }
 
 private:
     std::mutex mutex_;
-    bool closed_ = false;
+    std::atomic<bool> closed_{false};
     Events events_;
 };
 

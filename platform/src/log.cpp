@@ -164,13 +164,13 @@ void write_line(int priority, const char* tag, const char* text) noexcept
         static constexpr int syslog_priority[] = {7, 7, 7, 7, 6, 4, 3};
         head = std::snprintf(line, size, "<%d>%.40s: ", syslog_priority[priority], tag);
     } else {
+        // UTC, since looking up a time zone takes a lock that a forked child may find taken.
         timespec now{};
         clock_gettime(CLOCK_REALTIME, &now);
-        tm parts{};
-        localtime_r(&now.tv_sec, &parts);
-        head = std::snprintf(line, size, "%02d:%02d:%02d.%03d %c/%.40s[%d] ", parts.tm_hour, parts.tm_min,
-                             parts.tm_sec, static_cast<int>(now.tv_nsec / 1000000), "??VDIWE"[priority], tag,
-                             static_cast<int>(getpid()));
+        const int seconds = static_cast<int>(now.tv_sec % 86400);
+        head = std::snprintf(line, size, "%02d:%02d:%02d.%03d %c/%.40s[%d] ", seconds / 3600,
+                             seconds / 60 % 60, seconds % 60, static_cast<int>(now.tv_nsec / 1000000),
+                             "??VDIWE"[priority], tag, static_cast<int>(getpid()));
     }
     std::size_t used = static_cast<std::size_t>(head);
     used += escape(text, line + used, size - used - 1);

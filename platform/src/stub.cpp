@@ -14,7 +14,6 @@
 #include "fork.hpp"
 #include "guard.hpp"
 #include "log.hpp"
-#include "loop_source.hpp"
 #include "places.hpp"
 
 namespace quorvel::platform {
@@ -36,7 +35,7 @@ constexpr std::size_t kLongestIntroduction = 1024;
 
 Stub::Stub(const char* port_name)
     : port_name_(port_name),
-      shared_(std::make_shared<AgentShared>(read_agent_limits(), read_timing(), Descriptor{}))
+      shared_(std::make_shared<AgentShared>(AgentShared{read_agent_limits(), read_timing(), {}}))
 {
 }
 
@@ -76,9 +75,11 @@ int Stub::listen(const Ref<Stub>& self)
     }
     path_ = *path;
     listening_ = true;
-    source_ = LoopSource<Stub>::make(self, "quorvel stub");
-    g_source_add_unix_fd(source_, shared_->epoll.get(), G_IO_IN);
-    g_source_attach(source_, nullptr);
+    source_.make(self, "quorvel stub");
+    source_.with([this](GSource* source) {
+        g_source_add_unix_fd(source, shared_->epoll.get(), G_IO_IN);
+        g_source_attach(source, nullptr);
+    });
     return RPC_PORT_ERROR_NONE;
 }
 
@@ -98,26 +99,21 @@ void Stub::destroy() noexcept
 {
     events_.close();
     std::map<std::uint64_t, Ref<AgentConnection>> clients;
-    GSource* source = nullptr;
     {
         const std::lock_guard lock{mutex_};
         destroyed_ = true;
         clients.swap(clients_);
-        source = std::exchange(source_, nullptr);
         if (listening_ && !forked_) {
             unlink(path_.c_str());
             shutdown(listener_.get(), SHUT_RDWR);
         }
         listen_lock_.reset();
-        if (source != nullptr && !forked_)
-            g_source_destroy(source);
     }
+    source_.drop();
     for (const auto& [number, client] : clients) {
         Handles::retire(client);
         client->doom();
     }
-    if (source != nullptr && !forked_)
-        g_source_unref(source);
 }
 
 bool Stub::watch(int fd, std::uint32_t events, std::uint64_t key, bool added) noexcept
@@ -147,7 +143,19 @@ bool Stub::dispatch(const Ref<Stub>&)
     } catch (const std::bad_alloc&) {
         QV_LOG(DLOG_ERROR, "port %s: no memory to serve what came; it is tried again", port_name_.c_str());
     }
+    source_.schedule([this] { return due(); });
     return !events_.is_closed();
+}
+
+// When the loop has to come here although no socket is ready.
+gint64 Stub::due() const noexcept
+{
+    if (!backlog_.empty())
+        return LoopSource::kNow;
+    Deadline next = accept_again_ != Deadline{} ? accept_again_ : Deadline::max();
+    for (const auto& [number, visitor] : visitors_)
+        next = std::min(next, visitor->deadline);
+    return next == Deadline::max() ? LoopSource::kNever : LoopSource::at(next);
 }
 
 void Stub::handle(std::uint64_t key, std::uint32_t events)
@@ -173,7 +181,7 @@ void Stub::accept_all()
             if (errno == EMFILE || errno == ENFILE || errno == ENOMEM || errno == ENOBUFS) {
                 QV_LOG(DLOG_ERROR, "port %s accepts nobody for a moment: %s", port_name_.c_str(),
                        std::strerror(errno));
-                pause_accepting(true);
+                set_accepting(false);
             }
             break;
         }
@@ -196,14 +204,12 @@ void Stub::accept_all()
         if (!watch(socket, EPOLLIN, event_key(number, PortKind::main), true))
             visitors_.erase(number);
     }
-    set_timer();
 }
 
-void Stub::pause_accepting(bool pause) noexcept
+void Stub::set_accepting(bool accepting) noexcept
 {
-    accepting_ = !pause;
-    watch(listener_.get(), accepting_ ? std::uint32_t{EPOLLIN} : 0, kListenerKey, false);
-    set_timer();
+    accept_again_ = accepting ? Deadline{} : Clock::now() + kAcceptPause;
+    watch(listener_.get(), accepting ? std::uint32_t{EPOLLIN} : 0, kListenerKey, false);
 }
 
 std::size_t Stub::visitors_of(uid_t uid) const noexcept
@@ -213,34 +219,30 @@ std::size_t Stub::visitors_of(uid_t uid) const noexcept
                       [uid](const auto& entry) { return entry.second->peer.uid == uid; }));
 }
 
-void Stub::set_timer() noexcept
-{
-    Deadline next = Deadline::max();
-    for (const auto& [number, visitor] : visitors_)
-        next = std::min(next, visitor->deadline);
-    if (!accepting_)
-        next = std::min(next, Clock::now() + kAcceptPause);
-    const std::lock_guard lock{mutex_};
-    if (source_ == nullptr)
-        return;
-    const auto left = std::chrono::ceil<std::chrono::microseconds>(next - Clock::now()).count();
-    g_source_set_ready_time(
-        source_, next == Deadline::max() ? -1 : g_get_monotonic_time() + std::max<gint64>(left, 0));
-}
-
 void Stub::expire_visitors()
 {
-    if (!accepting_)
-        pause_accepting(false);
-    if (visitors_.empty())
-        return;
     const Deadline now = Clock::now();
-    const std::size_t expired =
-        std::erase_if(visitors_, [now](const auto& entry) { return entry.second->deadline <= now; });
+    if (accept_again_ != Deadline{} && accept_again_ <= now)
+        set_accepting(true);
+    std::size_t expired = 0;
+    for (auto next = visitors_.begin(); next != visitors_.end();) {
+        const auto visitor = next++;
+        if (visitor->second->deadline <= now) {
+            forget_visitor(visitor->first);
+            ++expired;
+        }
+    }
     if (expired != 0)
         QV_LOG(DLOG_WARN, "port %s: %zu sockets did not introduce themselves in time", port_name_.c_str(),
                expired);
-    set_timer();
+}
+
+// Its socket closes with it; but a process that was forked meanwhile may still hold it, and then it would go
+// on being reported.
+void Stub::forget_visitor(std::uint64_t number) noexcept
+{
+    epoll_ctl(shared_->epoll.get(), EPOLL_CTL_DEL, visitors_.at(number)->socket.get(), nullptr);
+    visitors_.erase(number);
 }
 
 void Stub::hear_visitor(std::uint64_t number)
@@ -264,8 +266,7 @@ void Stub::hear_visitor(std::uint64_t number)
         if (count > 0)
             QV_LOG(DLOG_ERROR, "port %s turns process %d away: its first words are not understood",
                    port_name_.c_str(), static_cast<int>(visitor->peer.pid));
-        visitors_.erase(number);
-        set_timer();
+        forget_visitor(number);
         return;
     }
     for (const auto& [other_number, other] : visitors_) {
@@ -277,7 +278,6 @@ void Stub::hear_visitor(std::uint64_t number)
         const Ref<Visitor> partner = other;
         visitors_.erase(other_number);
         visitors_.erase(number);
-        set_timer();
         if (visitor->introduction->port == PortKind::main)
             join(visitor, partner);
         else
@@ -310,6 +310,8 @@ void Stub::join(const Ref<Visitor>& one, const Ref<Visitor>& other)
                static_cast<int>(one->peer.uid), quota->connections);
         write_welcome(*welcome, -EUSERS);
         send_at_once(one->socket.get(), welcome->frame());
+        for (const Ref<Visitor>& visitor : {one, other})
+            epoll_ctl(shared_->epoll.get(), EPOLL_CTL_DEL, visitor->socket.get(), nullptr);
         return;
     }
     const std::uint64_t number = next_number_++;
@@ -476,6 +478,7 @@ void Stub::after_fork() noexcept
     listener_.reset();
     listen_lock_.reset();
     shared_->epoll.reset();
+    source_.after_fork();
     new (&mutex_) std::mutex;
 }
 

@@ -15,6 +15,7 @@
 #include "exports.hpp"
 #include "handles.hpp"
 #include "listeners.hpp"
+#include "loop_source.hpp"
 
 namespace quorvel::platform {
 
@@ -61,7 +62,6 @@ public:
     EventGate<StubEvents>& events() noexcept { return events_; }
 
     // The loop source's.
-    bool has_work() const noexcept { return !backlog_.empty(); }
     bool dispatch(const Ref<Stub>& self);
 
     void after_fork() noexcept override;
@@ -69,14 +69,14 @@ public:
 private:
     // On the loop thread.
     void accept_all();
-    void pause_accepting(bool pause) noexcept;
+    void set_accepting(bool accepting) noexcept;
     void expire_visitors();
     void hear_visitor(std::uint64_t number);
     void join(const Ref<Visitor>& one, const Ref<Visitor>& other);
     void forget_visitor(std::uint64_t number) noexcept;
     std::shared_ptr<Quota> quota_of(uid_t uid);
     std::size_t visitors_of(uid_t uid) const noexcept;
-    void set_timer() noexcept;
+    gint64 due() const noexcept;
 
     void handle(std::uint64_t key, std::uint32_t events);
     void hear_client(std::uint64_t number, PortKind port, std::uint32_t events);
@@ -92,13 +92,14 @@ private:
     const std::string port_name_;
     const std::shared_ptr<AgentShared> shared_;
     EventGate<StubEvents> events_;
+    LoopSource source_;
 
     // The loop's.
     std::map<std::uint64_t, Ref<Visitor>> visitors_;
     std::deque<std::uint64_t> backlog_;  // clients with requests that were read ahead
     std::vector<std::shared_ptr<Quota>> quotas_;
     std::uint64_t next_number_ = 1;
-    bool accepting_ = true;
+    Deadline accept_again_{};  // set while no more clients are accepted
     std::uint64_t last_heard_ = 0;
     Deadline last_heard_at_{};
     Deadline crowd_until_{};
@@ -107,7 +108,6 @@ private:
     std::mutex mutex_;
     bool listening_ = false;
     bool destroyed_ = false;
-    GSource* source_ = nullptr;
     std::string path_;
     Descriptor listener_;
     Descriptor listen_lock_;

@@ -111,7 +111,7 @@ TEST_F(CallWithShortDeadline, EndsWithTheConnectionWhenNoAnswerComes)
     EXPECT_EQ(got.send, 0);
     EXPECT_EQ(got.read, RPC_PORT_ERROR_IO_ERROR);
     EXPECT_GE(Clock::now() - start, 300ms);
-    EXPECT_LT(Clock::now() - start, 350ms);
+    EXPECT_LT(Clock::now() - start, 300ms + kSlack);
     EXPECT_EQ(client_.disconnected, 0);
     EXPECT_TRUE(run_until([&] { return client_.disconnected == 1; }));
     request();
@@ -140,7 +140,7 @@ TEST_F(CallWithShortDeadline, EndsAtTheDeadlineAlsoWhenAnAnswerTricklesForever)
     }};
     const auto start = Clock::now();
     EXPECT_EQ(call(client_.main, "ping").read, RPC_PORT_ERROR_IO_ERROR);
-    EXPECT_LT(Clock::now() - start, 350ms);
+    EXPECT_LT(Clock::now() - start, 300ms + kSlack);
     stop = true;
     trickle.join();
 }
@@ -153,7 +153,7 @@ TEST_F(CallWithShortDeadline, CountsFromTheSendNotFromTheRead)
     rpc_port_parcel_h parcel = nullptr;
     EXPECT_EQ(rpc_port_parcel_create_from_port(&parcel, client_.main), RPC_PORT_ERROR_IO_ERROR);
     EXPECT_EQ(parcel, nullptr);
-    EXPECT_LT(Clock::now() - start, 150ms);
+    EXPECT_LT(Clock::now() - start, 100ms + kSlack);
 }
 
 TEST_F(CallWithShortDeadline, TakesAnAnswerThatIsThereAlthoughTheDeadlinePassedMeanwhile)
@@ -168,13 +168,13 @@ TEST_F(CallWithShortDeadline, TakesAnAnswerThatIsThereAlthoughTheDeadlinePassedM
 
 TEST_F(CallWithShortDeadline, ClosesOverARequestThatStaysHalfWritten)
 {
-    const std::string large(std::size_t{8} << 20, 'x');
+    const std::string large(std::size_t{1} << 20, 'x');
     const auto start = Clock::now();
     const Answer got = call(client_.main, large);
     EXPECT_EQ(got.send, RPC_PORT_ERROR_IO_ERROR);
     EXPECT_EQ(got.read, RPC_PORT_ERROR_IO_ERROR);
     EXPECT_GE(Clock::now() - start, 300ms);
-    EXPECT_LT(Clock::now() - start, 350ms);
+    EXPECT_LT(Clock::now() - start, 300ms + kSlack);
     EXPECT_TRUE(run_until([&] { return client_.disconnected == 1; }));
 }
 
@@ -188,13 +188,13 @@ TEST_F(CallWithShortDeadline, ClosesNothingOverARequestOfWhichNoByteLeft)
         start = Clock::now();
     }
     EXPECT_GE(Clock::now() - start, 300ms);
-    EXPECT_LT(Clock::now() - start, 350ms);
+    EXPECT_LT(Clock::now() - start, 300ms + kSlack);
 
     // There is no answer to wait for, and the thread is told so at once.
     start = Clock::now();
     rpc_port_parcel_h parcel = nullptr;
     EXPECT_EQ(rpc_port_parcel_create_from_port(&parcel, client_.main), RPC_PORT_ERROR_IO_ERROR);
-    EXPECT_LT(Clock::now() - start, 100ms);
+    EXPECT_LT(Clock::now() - start, 50ms + kSlack);
     run_for(20ms);
     EXPECT_EQ(client_.ended(), 0);
 
@@ -218,7 +218,7 @@ TEST_F(CallTest, RefusesARequestThatIsTooLongAndClosesNothing)
     // There is nothing to wait for, and the thread is told so at once.
     const auto start = Clock::now();
     EXPECT_EQ(rpc_port_parcel_create_from_port(&parcel, client_.main), RPC_PORT_ERROR_IO_ERROR);
-    EXPECT_LT(Clock::now() - start, 100ms);
+    EXPECT_LT(Clock::now() - start, 50ms + kSlack);
 
     auto result = call_aside(client_.main, "small");
     EXPECT_EQ(request(), text("small"));
@@ -245,7 +245,7 @@ TEST_F(CallTest, EndsAtOnceWhenTheAgentDies)
     const auto start = Clock::now();
     link_ = {};
     EXPECT_EQ(result.get().read, RPC_PORT_ERROR_IO_ERROR);
-    EXPECT_LT(Clock::now() - start, 100ms);
+    EXPECT_LT(Clock::now() - start, 50ms + kSlack);
     EXPECT_TRUE(run_until([&] { return client_.disconnected == 1; }));
     run_for(20ms);
     EXPECT_EQ(client_.ended(), 1);
@@ -270,7 +270,7 @@ TEST_F(CallTest, EndsForEveryThreadWhenTheProxyIsDestroyed)
     client_.destroy();
     for (auto& one : calls)
         EXPECT_EQ(one.get().read, RPC_PORT_ERROR_IO_ERROR);
-    EXPECT_LT(Clock::now() - start, 50ms);
+    EXPECT_LT(Clock::now() - start, kSlack);
     run_for(20ms);
     EXPECT_EQ(client_.ended(), 0);
 }

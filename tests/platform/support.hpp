@@ -23,6 +23,20 @@ namespace quorvel::platform::test {
 inline constexpr char kApp[] = "com.example.agent";
 inline constexpr char kPort[] = "things";
 
+// How late something that has a deadline may be; sanitizers are slow.
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+#define QUORVEL_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer) || __has_feature(address_sanitizer)
+#define QUORVEL_SANITIZED 1
+#endif
+#endif
+#ifdef QUORVEL_SANITIZED
+inline constexpr std::chrono::milliseconds kSlack{2000};
+#else
+inline constexpr std::chrono::milliseconds kSlack{50};
+#endif
+
 // A variable of the environment, put back at the end.
 class ScopedVariable {
 public:
