@@ -117,6 +117,7 @@ CLI::App* noun_of(CLI::App& app, const std::string& path)
             const auto help = noun_helps().find(so_far);
             next = here->add_subcommand(word, help == noun_helps().end() ? "" : help->second);
             next->fallthrough();
+            next->group("Commands");
         }
         here = next;
     }
@@ -286,6 +287,8 @@ int run(int argc, char** argv)
     try {
         if (!words.empty() && words[0] == "__complete")
             return complete({words.begin() + 1, words.end()});
+        if (!words.empty() && words[0] == "__commands")
+            return describe_commands();
         CLI::App app("Control a smart home through its agent, from a shell", "qvctl");
         app.require_subcommand(0, 1);
         app.fallthrough();

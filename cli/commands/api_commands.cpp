@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "commands/run.hpp"
-#include "core/suggest.hpp"
+#include "core/raw.hpp"
 
 namespace quorvel::cli {
 namespace {
@@ -154,6 +154,18 @@ int call(Context& context)
     return ok;
 }
 
+int raw(Context& context)
+{
+    const std::string method = context.text("method");
+    if (method.empty())
+        context.out.show(raw_request("", {}), {"id", "method", "family"});
+    else if (context.globals.dry_run)
+        context.out.show(raw_request(method, context.texts("arguments")));
+    else
+        context.out.show(raw_call(context.session, method, context.texts("arguments")));
+    return ok;
+}
+
 }  // namespace
 
 std::vector<Command> api_commands()
@@ -175,6 +187,14 @@ std::vector<Command> api_commands()
            Argument::Form::positional, false, true}},
          {},
          call},
+        {"raw",
+         "Call a method of the agent without the library; list the methods",
+         {{"method", "METHOD", "its name or number; all of them when missing", Argument::Form::positional,
+           false},
+          {"arguments", "ARG", "its values: texts as they are, everything else as JSON",
+           Argument::Form::positional, false, true}},
+         {},
+         raw},
     };
 }
 

@@ -32,9 +32,9 @@ constexpr Source sources[] = {
     {"installed_app_id", "quorvel_core_get_installed_app_list", "installed_app_id", false},
 };
 
-constexpr std::string_view global_options[] = {"--output",   "--json",  "--fields",  "--agent", "--timeout",
-                                               "--no-color", "--quiet", "--verbose", "--trace", "--dry-run",
-                                               "--code",     "--help",  "--until",   "--limit", "--exec"};
+constexpr std::string_view global_options[] = {
+    "--output", "--json",    "--fields", "--agent", "--timeout", "--no-color", "--quiet", "--verbose",
+    "--trace",  "--dry-run", "--code",   "--help",  "--until",   "--limit",    "--exec",  "--version"};
 constexpr std::string_view with_value[] = {"-o",      "--output", "--fields", "--agent", "--timeout",
                                            "--trace", "--code",   "--until",  "--limit", "--exec"};
 
@@ -207,6 +207,29 @@ int complete(const std::vector<std::string>& words)
     for (const std::string& reply : replies)
         if (reply.starts_with(last))
             write_stdout(reply + "\n");
+    return ok;
+}
+
+int describe_commands()
+{
+    for (const Command& command : commands()) {
+        Json arguments = Json::array();
+        for (const Argument& argument : command.arguments)
+            arguments.push_back({{"word", argument.word},
+                                 {"option", argument.form != Argument::Form::positional},
+                                 {"required", argument.required},
+                                 {"many", argument.many}});
+        write_stdout(Json{{"command", command.path},
+                          {"help", command.help},
+                          {"functions", command.functions},
+                          {"arguments", arguments}}
+                         .dump()
+                     + "\n");
+    }
+    for (const std::string_view option : global_options)
+        write_stdout(Json{{"option", option}}.dump() + "\n");
+    for (const StatusRow& row : statuses())
+        write_stdout(Json{{"status", row.status}, {"meaning", row.meaning}}.dump() + "\n");
     return ok;
 }
 

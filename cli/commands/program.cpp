@@ -101,7 +101,7 @@ std::string call_of(const Function& function, const Arguments& arguments, bool c
 std::string c_type(const Parameter& parameter, std::string_view name)
 {
     const std::string type(parameter.type);
-    return type + (type.ends_with('*') ? "" : " ") + std::string(name);
+    return type + " " + std::string(name);
 }
 
 // A callback that prints what it is given, releases what it owns, and ends the loop unless it goes on.
@@ -164,7 +164,6 @@ std::string before_call(const Function& function, const Arguments& arguments, bo
         const Json value = given(arguments, parameter);
         const std::string type(
             parameter.type.substr(0, parameter.type.size() - (parameter.type.ends_with('*') ? 1 : 0)));
-        const std::string space = type.ends_with('*') ? "" : " ";
         switch (parameter.kind) {
             case Kind::texts: {
                 std::vector<std::string> items;
@@ -186,12 +185,11 @@ std::string before_call(const Function& function, const Arguments& arguments, bo
                 break;
             case Kind::out_text:
             case Kind::out_record:
-                text += fmt::format("    {}{}{} = {};\n", type, space, parameter.name, null);
+                text += fmt::format("    {} {} = {};\n", type, parameter.name, null);
                 break;
             case Kind::out_texts:
             case Kind::out_records:
-                text +=
-                    fmt::format("    {}{}{} = {};\n    int count = 0;\n", type, space, parameter.name, null);
+                text += fmt::format("    {} {} = {};\n    int count = 0;\n", type, parameter.name, null);
                 break;
             case Kind::out_integer:
                 text += fmt::format("    int {} = 0;\n", parameter.name);

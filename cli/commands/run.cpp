@@ -8,6 +8,7 @@
 #include <cstdlib>
 
 #include "commands/program.hpp"
+#include "core/raw.hpp"
 #include "core/suggest.hpp"
 
 namespace quorvel::cli {
@@ -120,7 +121,7 @@ int watch(Context& context, const std::vector<Watched>& pairs, const Arguments& 
                 return;
             Json line = Json::object();
             line["time"] = now();
-            line["event"] = callback == "cb" ? event : std::string(callback);
+            line["callback"] = callback == "cb" ? event : std::string(callback);
             line.update(values);
             context.out.stream(line);
             if (!globals.exec.empty())
@@ -162,7 +163,8 @@ bool only_shown(Context& context, std::string_view name, const Arguments& argume
     if (!context.globals.code.empty())
         write_stdout(program_text(function, arguments, context.globals.code == "cpp"));
     else if (context.globals.dry_run)
-        write_stdout(call_text(function, arguments) + "\n");
+        write_stdout(fmt::format("{}\n/* method {} */\n", call_text(function, arguments),
+                                 fmt::join(methods_of(name), ", ")));
     else
         return false;
     return true;
