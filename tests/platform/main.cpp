@@ -4,6 +4,15 @@
 
 #include "support.hpp"
 
+#ifdef __SANITIZE_THREAD__
+// A forked child makes a connection of its own, and with it a thread.
+extern "C" const char* __tsan_default_options();
+extern "C" const char* __tsan_default_options()
+{
+    return "die_after_fork=0";
+}
+#endif
+
 // The program runs its tests, or one of the parts that a test needs in a process of its own.
 int main(int argc, char** argv)
 {
