@@ -15,7 +15,8 @@ namespace {
 //
 // functions: the function; for a watch, what sets and what unsets it, as many pairs as there are.
 // arguments: by parameter name, in the order in which the user gives them: `name` a word, `name?` a word that
-//     may be missing, `name=value` fixed. What is not named goes by the table of options below, or is a word.
+//     may be missing, `name=value` fixed, `name:value` an option and what holds without it. What is not named
+//     goes by the table of options below, or is a word.
 // columns: what the table shows when --fields was not given.
 struct Verb {
     std::string_view path;
@@ -165,7 +166,7 @@ constexpr Verb verbs[] = {
     {"core device prefs get", "quorvel_core_get_device_preferences", "Show a preference of a device"},
     {"core device prefs set", "quorvel_core_update_device_preferences", "Change a preference of a device"},
     {"core device presentation", "quorvel_core_get_device_presentation",
-     "Show how a device is to be presented", "device_id presentation_id?"},
+     "Show how a device is to be presented", "device_id presentation_id"},
     {"core device rename", "quorvel_core_change_device_name", "Rename a device"},
     {"core device move", "quorvel_core_move_device", "Move a device to a room", "device_id room_id"},
     {"core device components", "quorvel_core_update_device_components", "Change the components of a device"},
@@ -227,9 +228,9 @@ constexpr Verb verbs[] = {
     {"core app install cancel", "quorvel_core_oxbarrow_cancel_installation", "Cancel an installation"},
     {"core app install complete", "quorvel_core_oxbarrow_complete_installation", "Complete an installation"},
 
-    {"core history activity", "quorvel_core_get_activity_history", "Show what happened"},
+    {"core history activity", "quorvel_core_get_activity_history", "Show what happened", "filter:limit=50"},
     {"core history notifications", "quorvel_core_get_notification_history",
-     "Show the notifications that came"},
+     "Show the notifications that came", "filter:limit=50"},
     {"core hub json", "quorvel_core_get_hub_json", "Show a hub as the agent tells it"},
     {"core hub discover start", "quorvel_core_start_hub_device_discover", "Let a hub look for devices",
      "hub_id"},
@@ -279,7 +280,7 @@ constexpr Optional optionals[] = {
 // Words that may be missing, and what holds then.
 constexpr Optional standards[] = {{"group_type", "", "group"},
                                   {"setup_type", "", "0"},
-                                  {"presentation_id", "", ""},
+
                                   {"type", "", "generic"}};
 
 std::string word_of(const Parameter& parameter)
@@ -308,6 +309,7 @@ const Optional* optional_of(const Function& function, std::string_view parameter
 struct Plan {
     std::vector<Argument> arguments;
     Arguments fixed;
+    Arguments standards;  // for options that are not given
 };
 
 Plan plan_of(const Function& function, std::string_view order)
@@ -336,6 +338,10 @@ Plan plan_of(const Function& function, std::string_view order)
         done.insert(name);
     };
     for (std::string token : words_of(order)) {
+        if (const std::size_t colon = token.find(':'); colon != std::string::npos) {
+            plan.standards[token.substr(0, colon)] = token.substr(colon + 1);
+            continue;
+        }
         if (const std::size_t equals = token.find('='); equals != std::string::npos) {
             plan.fixed[token.substr(0, equals)] = token.substr(equals + 1);
             done.insert(token.substr(0, equals));
@@ -391,6 +397,8 @@ Arguments arguments_of(Context& context, const Function& function, const Plan& p
             if (arguments[name].is_discarded())
                 throw Failure(usage, "this is not JSON", fmt::format("argument {}: {}", argument.word, text),
                               fmt::format("qvctl api show {}", function.name));
+        } else if (plan.standards.contains(name)) {
+            arguments[name] = plan.standards.at(name);
         } else if (name == "location_id") {
             arguments[name] = shown_only ? "LOCATION" : the_location(context);
         } else {

@@ -171,16 +171,17 @@ int agent_start(Context& context)
     for (const char* option : {"home", "state"})
         if (context.has(option)) {
             words.push_back(fmt::format("--{}", option));
-            words.push_back(context.text(option));
+            // What is installed is started from anywhere.
+            words.push_back(std::filesystem::absolute(context.text(option)).string());
         }
     std::error_code error;
     std::filesystem::create_directories(state_directory(), error);
     if (installed_agent().empty()) {
         auto install = words;
         install.emplace_back("--install");
-        // Its sentence is for people; ours on stdout is data.
-        const pid_t installer = start_program(install, false, agent_log());
-        (void)installer;
+        if (const int status = run_program(install, agent_log()); status != ok)
+            throw Failure(status == 6 ? bad_argument : no_agent, "the agent cannot be installed",
+                          fmt::format("{} ended with status {}", words[0], status), "qvctl agent log");
     }
     start_program(words, true, agent_log());
     const auto end = std::chrono::steady_clock::now() + context.globals.timeout;

@@ -142,9 +142,9 @@ bool listens(const fs::path& path)
     return there;
 }
 
-int run_program(const std::vector<std::string>& words)
+int run_program(const std::vector<std::string>& words, const fs::path& log)
 {
-    const pid_t pid = spawn(words, false, false, {});
+    const pid_t pid = spawn(words, false, false, log);
     int status = 0;
     while (waitpid(pid, &status, 0) < 0 && errno == EINTR)
         continue;
@@ -172,9 +172,8 @@ PrivateAgent::PrivateAgent(const std::string& home_file)
     // Installed, so that the library finds it; it runs already when the library looks.
     auto install = words;
     install.emplace_back("--install");
-    const pid_t installer = start_program(install, false, agent_log());
+    run_program(install, agent_log());
     int status = 0;
-    waitpid(installer, &status, 0);
     pid_ = start_program(words, false, agent_log());
     for (int tries = 0; tries < 500 && !listens(agent_socket()); ++tries) {
         if (waitpid(pid_, &status, WNOHANG) == pid_) {

@@ -24,8 +24,9 @@ std::filesystem::path agent_program();
 // Whether somebody listens there.
 bool listens(const std::filesystem::path& socket);
 
-// Runs a program to its end and gives its status; 128 + n when a signal ended it.
-int run_program(const std::vector<std::string>& words);
+// Runs a program to its end and gives its status; 128 + n when a signal ended it. With a log, that is where
+// it writes.
+int run_program(const std::vector<std::string>& words, const std::filesystem::path& log = {});
 // Starts a program that ends with us.
 pid_t start_program(const std::vector<std::string>& words, bool detached, const std::filesystem::path& log);
 
