@@ -202,7 +202,7 @@ TEST_F(ClientResources, CannotBeSubscribedToWhileTheAgentGathers)
     EXPECT_EQ(quorvel_client_unsubscribe(client(), "lamp-1", "/switch"), 0);
 }
 
-TEST_F(ClientResources, OfADeviceThatIsWatchedComeWithItsStateOfNowFirst)
+TEST_F(ClientResources, AreWatchedBeginningWithTheStateOfNow)
 {
     ASSERT_EQ(watch("lamp-1"), 0);
     // Device and state; then the time, and the reason.
