@@ -61,6 +61,7 @@ TEST(Document, ReadsProbabilitiesBothWays)
 TEST(DidYouMean, SuggestsTheNearestWordAndNothingThatIsFar)
 {
     EXPECT_EQ(did_you_mean("kichen", {"kitchen", "hall"}), " (did you mean 'kitchen'?)");
+    EXPECT_EQ(did_you_mean("drian", {"drain", "decay"}), " (did you mean 'drain'?)");
     EXPECT_EQ(did_you_mean("garage", {"kitchen", "hall"}), "");
 }
 

@@ -96,7 +96,7 @@ const BrokenText broken_models[] = {
     {"HasACommandThatSetsNothingKnown",
      "quorvel-model: 1\nid: m\nname: M\ncapabilities: {c: {attributes: {a: {values: [x, y]}}, commands: {go: {set: {b: "
      "x}}}}}\ncomponents: {main: [c]}\n",
-     "m.yaml:4:76: 'c' has no attribute 'b' (did you mean 'a'?)"},
+     "m.yaml:4:77: 'c' has no attribute 'b' (did you mean 'a'?)"},
     {"HasAResourceWithoutSlash",
      "quorvel-model: 1\nid: m\nname: M\ncapabilities: {c: {attributes: {a: {values: [x]}}, resource: {uri: a, types: "
      "[t]}}}\ncomponents: {main: [c]}\n",
