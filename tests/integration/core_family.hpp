@@ -11,7 +11,6 @@ namespace integration {
 
 using testing::AllOf;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
 
 constexpr int no_data = QUORVEL_CLIENT_ERROR_NO_DATA;

@@ -289,7 +289,7 @@ TEST_F(CoreFamily, LetsAHubLookForDevicesAndTakeWhatItFinds)
 {
     listen();
     // First only looking, and telling of what is known too.
-    ASSERT_EQ(call(quorvel_core_start_hub_device_discover, "hub-1", 5, false, true, 0), 0);
+    ASSERT_EQ(call(quorvel_core_start_hub_device_discover, "hub-1", 60, false, true, 0), 0);
     EXPECT_THAT(ask(quorvel_core_get_hub_json, "home", "hub-1"), Answers(HasSubstr("\"searching\":true")));
     EXPECT_TRUE(events.hear(QUORVEL_CORE_SSE_TYPE_HUB, {member("deviceId", "hub-1"), "\"searching\":true"}));
     EXPECT_TRUE(events.hear(QUORVEL_CORE_SSE_TYPE_HUB, {member("foundDeviceId", "door-1")}));
@@ -302,7 +302,7 @@ TEST_F(CoreFamily, LetsAHubLookForDevicesAndTakeWhatItFinds)
 
     // Then only the one that speaks the second protocol, which may join.
     events.all.clear();
-    ASSERT_EQ(call(quorvel_core_start_hub_device_discover, "hub-1", 5, true, false, 2), 0);
+    ASSERT_EQ(call(quorvel_core_start_hub_device_discover, "hub-1", 60, true, false, 2), 0);
     EXPECT_TRUE(
         events.hear(QUORVEL_CORE_SSE_TYPE_HUB, {member("foundDeviceId", "found-tag"), "\"joined\":true"}));
     EXPECT_EQ(events.count(QUORVEL_CORE_SSE_TYPE_HUB, {"\"foundDeviceId\""}), 1);

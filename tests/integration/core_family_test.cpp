@@ -54,25 +54,25 @@ TEST_F(CoreFamily, TellsOnlyOfTheDeviceThatWasAskedFor)
 {
     void* const user_data = &events;
     EXPECT_EQ(call(quorvel_core_set_sse_cb_by_device_id, "no-lamp", Events::take, user_data), no_data);
-    ASSERT_EQ(call(quorvel_core_set_sse_cb_by_device_id, "lamp-1", Events::take, user_data), 0);
+    ASSERT_EQ(call(quorvel_core_set_sse_cb_by_device_id, "lamp-2", Events::take, user_data), 0);
     Events of_door;
     ASSERT_EQ(
         call(quorvel_core_set_sse_cb_by_device_id, "door-1", Events::take, static_cast<void*>(&of_door)), 0);
-    world(R"({"do": "set", "device": "lamp-2", "attribute": "switch", "value": "on"})");
-    world(R"({"do": "set", "device": "lamp-1", "attribute": "level", "value": 41})");
+    world(R"({"do": "set", "device": "lamp-1", "attribute": "level", "value": 30})");
+    world(R"({"do": "set", "device": "lamp-2", "attribute": "level", "value": 41})");
     world(R"({"do": "set", "device": "door-1", "attribute": "contact", "value": "open"})");
     EXPECT_TRUE(of_door.hear(QUORVEL_CORE_SSE_TYPE_DEVICE, {member("attribute", "contact")}));
     ASSERT_EQ(events.all.size(), 1U);
     EXPECT_THAT(events.all.front().text,
-                AllOf(HasSubstr(member("deviceId", "lamp-1")), HasSubstr("\"value\":41"),
-                      HasSubstr("\"previous\":40"), HasSubstr(member("componentId", "main"))));
+                AllOf(HasSubstr(member("deviceId", "lamp-2")), HasSubstr("\"value\":41"),
+                      HasSubstr("\"previous\":100"), HasSubstr(member("componentId", "main"))));
 
-    EXPECT_EQ(call(quorvel_core_unset_sse_cb_by_device_id, "lamp-1"), 0);
-    world(R"({"do": "set", "device": "lamp-1", "attribute": "level", "value": 42})");
+    EXPECT_EQ(call(quorvel_core_unset_sse_cb_by_device_id, "lamp-2"), 0);
+    world(R"({"do": "set", "device": "lamp-2", "attribute": "level", "value": 42})");
     world(R"({"do": "set", "device": "door-1", "attribute": "contact", "value": "closed"})");
     EXPECT_TRUE(of_door.hear(QUORVEL_CORE_SSE_TYPE_DEVICE, {member("value", "closed")}));
     EXPECT_EQ(events.all.size(), 1U);
-    EXPECT_EQ(call(quorvel_core_unset_sse_cb_by_device_id, "lamp-1"), no_data);
+    EXPECT_EQ(call(quorvel_core_unset_sse_cb_by_device_id, "lamp-2"), no_data);
     connection.disconnect();
 }
 
