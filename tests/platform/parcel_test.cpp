@@ -3,6 +3,7 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <ostream>
 #include <thread>
 
 #include "support.hpp"
@@ -108,6 +109,12 @@ struct BadString {
     const char* why;
     std::string bytes;
 };
+
+// The framework would show the record's bytes, its padding too.
+void PrintTo(const BadString& tested, std::ostream* out)
+{
+    *out << tested.why;
+}
 
 class BadStrings : public ParcelTest, public testing::WithParamInterface<BadString> {};
 
