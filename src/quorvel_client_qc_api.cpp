@@ -184,6 +184,16 @@ ApiCall& on_resource(ApiCall& call, const char* device_id, const char* resource_
         .then([&] { log_api(DLOG_DEBUG, call.at(), QC_TEXT("res_uri [%s]"), resource_uri); });
 }
 
+auto representation(quorvel_client_remote_representation_cb cb, void* user_data)
+{
+    return one_answer(DELEGATE(remote_representation_cb), _remote_representation_cb, cb, user_data);
+}
+
+auto attributes(quorvel_client_remote_attributes_cb cb, void* user_data)
+{
+    return one_answer(DELEGATE(remote_attributes_cb), _remote_attributes_cb, cb, user_data);
+}
+
 /// A query that the agent answers with strings about a device.
 template <typename Routine>
 int query_strings(ApiCall& call, const Method<Routine>& method, const char* device_id, const char* text,
@@ -207,7 +217,7 @@ int quorvel_client_set_remote_representation(quorvel_client_h handle, const char
     return on_resource(call, device_id, resource_uri)
         .require(is_set(value), "value is invalid")
         .invoke(METHOD(set_remote_representation), device_id, resource_uri, value, extra1, extra2,
-                one_answer(DELEGATE(remote_representation_cb), _remote_representation_cb, cb, user_data))
+                representation(cb, user_data))
         .result();
 }
 
@@ -219,7 +229,7 @@ int quorvel_client_get_remote_representation(quorvel_client_h handle, const char
     return on_resource(call, device_id, resource_uri)
         .require(cb != nullptr, "user_cb is NULL")
         .invoke(METHOD(get_remote_representation), device_id, resource_uri, extra1, extra2,
-                one_answer(DELEGATE(remote_representation_cb), _remote_representation_cb, cb, user_data))
+                representation(cb, user_data))
         .result();
 }
 
@@ -239,7 +249,7 @@ int quorvel_client_set_remote_attributes(quorvel_client_h handle, const char* de
     return on_resource(call, device_id, resource_uri)
         .require(is_set(value), "value is invalid")
         .invoke(METHOD(set_remote_attributes), device_id, resource_uri, value, extra1, extra2,
-                one_answer(DELEGATE(remote_attributes_cb), _remote_attributes_cb, cb, user_data))
+                attributes(cb, user_data))
         .result();
 }
 
@@ -251,7 +261,7 @@ int quorvel_client_get_remote_attributes(quorvel_client_h handle, const char* de
     return on_resource(call, device_id, resource_uri)
         .require(cb != nullptr, "user_cb is NULL")
         .invoke(METHOD(get_remote_attributes), device_id, resource_uri, extra1, extra2,
-                one_answer(DELEGATE(remote_attributes_cb), _remote_attributes_cb, cb, user_data))
+                attributes(cb, user_data))
         .result();
 }
 
@@ -349,6 +359,16 @@ void _get_vxr_device_peer_token_cb(void* request, const char* first, const char*
     Answer{request}.tell<quorvel_client_vxr_device_peer_token_cb>(fourth, first, second, third);
 }
 
+namespace {
+
+auto notification_result(quorvel_client_third_party_notification_cb cb, void* user_data)
+{
+    return one_answer(DELEGATE(set_third_party_notification_cb), _set_third_party_notification_cb, cb,
+                      user_data);
+}
+
+}  // namespace
+
 int quorvel_client_set_third_party_notification(quorvel_client_h handle, const char* push_provider,
                                                 const char* push_reg_id, const char* push_app_id,
                                                 const char* locale,
@@ -362,8 +382,7 @@ int quorvel_client_set_third_party_notification(quorvel_client_h handle, const c
         .require(is_set(push_app_id), "push_app_id is invalid")
         .require(is_set(locale), "locale is invalid")
         .invoke(METHOD(set_third_party_notification), push_provider, push_reg_id, push_app_id, locale,
-                one_answer(DELEGATE(set_third_party_notification_cb), _set_third_party_notification_cb, cb,
-                           user_data))
+                notification_result(cb, user_data))
         .result();
 }
 
@@ -378,8 +397,7 @@ int quorvel_client_set_third_party_notification_status(quorvel_client_h handle, 
         // An argument like any other: looked at before the proxy.
         .then([&](ApiCall& call) { strings.prepare(call); })
         .invoke(METHOD(set_third_party_notification_status), enabled, strings.argument(), count,
-                one_answer(DELEGATE(set_third_party_notification_cb), _set_third_party_notification_cb, cb,
-                           user_data))
+                notification_result(cb, user_data))
         .result();
 }
 

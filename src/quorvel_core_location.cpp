@@ -55,16 +55,16 @@ int quorvel_core_create_location(quorvel_client_h handle, const char* name, cons
     return command(ApiCall{handle}, result_str)
         .require(is_set(name) && is_set(country_code))
         .invoke(METHOD(core_create_location),
-                RecordIn(RECORD(location_s), {{"name", name},
-                                              {"countryCode", country_code},
-                                              {"latitude", latitude},
-                                              {"longitude", longitude},
-                                              {"regionRadius", region_radius, "region_radius"},
-                                              {"temperatureScale", temperature_scale, "temperature_scale"},
-                                              {"locale", locale},
-                                              // One word for the parent's type and id, which is meant so.
-                                              {"parentType", parent_type, "parent_type"},
-                                              {"parentId", parent_id, "parent_type"}}),
+                RecordIn(locations.kind, {{"name", name},
+                                          {"countryCode", country_code},
+                                          {"latitude", latitude},
+                                          {"longitude", longitude},
+                                          {"regionRadius", region_radius, "region_radius"},
+                                          {"temperatureScale", temperature_scale, "temperature_scale"},
+                                          {"locale", locale},
+                                          // One word for the parent's type and id, which is meant so.
+                                          {"parentType", parent_type, "parent_type"},
+                                          {"parentId", parent_id, "parent_type"}}),
                 result_out(result_str))
         .result();
 }
@@ -77,12 +77,12 @@ int quorvel_core_update_location(quorvel_client_h handle, const char* location_i
         .require(is_set(location_id), "invalid location id")
         .require(is_set(name))
         .invoke(METHOD(core_update_location), location_id,
-                RecordIn(RECORD(location_s), {{"name", name},
-                                              {"latitude", latitude},
-                                              {"longitude", longitude},
-                                              {"regionRadius", region_radius, "region_radius"},
-                                              {"temperatureScale", temperature_scale, "temperature_scale"},
-                                              {"locale", locale}}),
+                RecordIn(locations.kind, {{"name", name},
+                                          {"latitude", latitude},
+                                          {"longitude", longitude},
+                                          {"regionRadius", region_radius, "region_radius"},
+                                          {"temperatureScale", temperature_scale, "temperature_scale"},
+                                          {"locale", locale}}),
                 result_out(result_str))
         .result();
 }

@@ -44,7 +44,7 @@ int quorvel_core_create_room(quorvel_client_h handle, const char* location_id, c
     return command(ApiCall{handle}, result_str)
         .require(is_set(location_id))
         .require(is_set(name), "invalid name")
-        .invoke(METHOD(core_create_room), location_id, RecordIn(RECORD(room_s), {{"name", name}}),
+        .invoke(METHOD(core_create_room), location_id, RecordIn(rooms.kind, {{"name", name}}),
                 result_out(result_str))
         .result();
 }
@@ -58,7 +58,7 @@ int quorvel_core_change_room_name(quorvel_client_h handle, const char* location_
         .require(is_set(name), "invalid name")
         // Reported under the name of another method, which is meant so.
         .invoke(METHOD(core_update_room).reported_as(METHOD_NAME(core_create_room)), location_id, room_id,
-                RecordIn(RECORD(room_s), {{"name", name}}), result_out(result_str))
+                RecordIn(rooms.kind, {{"name", name}}), result_out(result_str))
         .result();
 }
 
