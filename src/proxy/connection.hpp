@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstdint>
 #include <mutex>
 
 #include "internal/call_guard.hpp"
@@ -68,6 +69,7 @@ struct Proxy : rpc_port_proxy_qv_client_s, Retired {
     // Guarded by locks::delegates.
     DelegateIndex index;
     GList* last_delegate = nullptr;
+    std::uint64_t last_place = 0;
     bool is_dead = false;
     Proxy* next_live = nullptr;
 };

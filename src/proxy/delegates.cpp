@@ -104,14 +104,27 @@ void DelegateIndex::remove(Listing& listing)
     --size_;
 }
 
+template <typename Matches>
+Delegate* DelegateIndex::first_of(int id, int seq_id, Matches matches) const
+{
+    const Listing* first = nullptr;
+    for (const Listing* listing = bucket(id, seq_id); listing != nullptr; listing = listing->next_indexed) {
+        const auto& delegate = *static_cast<const Delegate*>(listing->node.data);
+        if (delegate.id == id && delegate.seq_id == seq_id && matches(delegate)
+            && (first == nullptr || listing->place < first->place))
+            first = listing;
+    }
+    return first != nullptr ? static_cast<Delegate*>(first->node.data) : nullptr;
+}
+
 Delegate* DelegateIndex::find(int id, int seq_id) const
 {
-    for (const Listing* listing = bucket(id, seq_id); listing != nullptr; listing = listing->next_indexed) {
-        auto* const delegate = static_cast<Delegate*>(listing->node.data);
-        if (delegate->id == id && delegate->seq_id == seq_id)
-            return delegate;
-    }
-    return nullptr;
+    return first_of(id, seq_id, [](const Delegate&) { return true; });
+}
+
+Delegate* DelegateIndex::find(const DelegateName& name) const
+{
+    return first_of(name.id, name.seq_id, [&name](const Delegate& found) { return &found == name.address; });
 }
 
 // Without memory for more buckets the index works on with those that it has.
@@ -280,8 +293,8 @@ bool dispose_named(Proxy& proxy, const DelegateName& name)
     DelegateRef delegate;
     {
         const std::lock_guard lock{locks::delegates};
-        Delegate* const found = proxy.index.find(name.id, name.seq_id);
-        if (found != name.address)
+        Delegate* const found = proxy.index.find(name);
+        if (found == nullptr)
             return false;
         delegate = DelegateRef{found};
     }
@@ -330,6 +343,7 @@ bool append_delegate(Proxy& proxy, void* handle)
         listing->next = std::exchange(delegate.listing.next, listing);
     }
     listing->proxy = &proxy;
+    listing->place = ++proxy.last_place;
     // Behind the last node, so that the list is not walked.
     GList* const joined = g_list_concat(proxy.last_delegate, &listing->node);
     if (proxy.delegates == nullptr)
@@ -413,7 +427,7 @@ void dispatch_callback(Proxy& proxy, rpc_port_parcel_h parcel, const CallSite& a
 {
     int id = 0;
     int seq_id = 0;
-    bool once = false;
+    bool once = false;  // the delegate's own flag decides, which is meant so
     rpc_port_parcel_read_int32(parcel, &id);
     rpc_port_parcel_read_int32(parcel, &seq_id);
     rpc_port_parcel_read_bool(parcel, &once);

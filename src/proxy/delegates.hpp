@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -40,6 +41,7 @@ struct DelegateType {
 struct Listing {
     GList node;             ///< its data is the delegate
     Proxy* proxy;           ///< nullptr: not in a list
+    std::uint64_t place;    ///< in that list: what was appended later has a larger one
     Listing* next_indexed;  ///< in the same bucket of the proxy's index
     Listing* next;          ///< another place of the same delegate, when it was given to several calls
 };
@@ -62,7 +64,17 @@ struct Delegate {
     Listing listing;
 };
 
-/// The delegates of a proxy: the list that the record shows, and its index. Guarded by locks::delegates.
+/// Names one delegate for good: an address alone may be that of a later one. Never dereferenced.
+struct DelegateName {
+    const void* address = nullptr;
+    int id = 0;
+    int seq_id = 0;
+
+    explicit operator bool() const noexcept { return address != nullptr; }
+    bool operator==(const DelegateName&) const = default;
+};
+
+/// Where to find the delegates in a proxy's list by their numbers. Guarded by locks::delegates.
 class DelegateIndex {
 public:
     DelegateIndex() = default;
@@ -72,9 +84,14 @@ public:
 
     void insert(Listing& listing);
     void remove(Listing& listing);
+    /// The one that a walk of the list would find: the first, should several go by the same number.
     Delegate* find(int id, int seq_id) const;
+    /// That very delegate, if it is in the list and still goes by that number.
+    Delegate* find(const DelegateName& name) const;
 
 private:
+    template <typename Matches>
+    Delegate* first_of(int id, int seq_id, Matches matches) const;
     Listing*& bucket(int id, int seq_id) const;
     void grow();
 
@@ -113,16 +130,6 @@ private:
     void drop() noexcept;
 
     Delegate* delegate_ = nullptr;
-};
-
-/// Names one delegate for good: an address alone may be that of a later one. Never dereferenced.
-struct DelegateName {
-    const void* address = nullptr;
-    int id = 0;
-    int seq_id = 0;
-
-    explicit operator bool() const noexcept { return address != nullptr; }
-    bool operator==(const DelegateName&) const = default;
 };
 
 void* create_delegate_object(const DelegateType& type, void (*callback)(), bool once, void* user_data,

@@ -608,6 +608,33 @@ TEST_F(Dispatch, FindsOneAmongManyByItsNumber)
     }
 }
 
+// Numbers begin anew after four billion delegates; reading a name from the wire stands for that here.
+TEST_F(Dispatch, CallsTheFirstInTheListOfTwoThatGoByTheSameNumber)
+{
+    constexpr int many = 40;  // enough for the places of all to be found anew
+    std::vector<rpc_port_qv_client_ui_metadata_cb_h> handles;
+    for (int i = 1; i <= many; ++i)
+        handles.push_back(on_metadata(false, [this, i] { called = i; }));
+    const auto rename = [&](int which, int seq_id) {
+        rpc_port_parcel_h name = scripted::make_parcel(delegate(17, seq_id, false));
+        __qv_client_ui_metadata_cb_from(name, handles[static_cast<std::size_t>(which - 1)]);
+        rpc_port_parcel_destroy(name);
+    };
+    rename(3, 2);
+    fire(2);
+    EXPECT_EQ(called, 2) << "the later one has taken the number of the earlier one";
+    rename(5, 6);
+    fire(6);
+    EXPECT_EQ(called, 5) << "the earlier one has taken the number of the later one";
+    for (int i = 0; i < many; ++i)
+        on_metadata(false, [] { ADD_FAILURE(); });
+    fire(2);
+    EXPECT_EQ(called, 2);
+    EXPECT_EQ(rpc_port_qv_client_ui_metadata_cb_destroy(handles[1]), 0);
+    fire(2);
+    EXPECT_EQ(called, 3) << "now it is the first";
+}
+
 TEST_F(Dispatch, NumbersDelegatesAlthoughManyThreadsMakeThem)
 {
     constexpr int threads = 8;
