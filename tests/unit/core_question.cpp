@@ -298,6 +298,17 @@ public:
         EXPECT_STREQ(received.text, "");
     }
 
+    // An empty text is one; only NULL is none.
+    void LeavesTheOutValueWhenTheAgentGivesNoText()
+    {
+        platform().read_strings_as_null();
+        answer(0);
+        Received received;
+        EXPECT_EQ(ask_into(received), 0);
+        expect_nothing_handed_out(received);
+        EXPECT_THAT(errors(), testing::IsEmpty());
+    }
+
     void RefusesAMissingOutValue() { expect_refused_outs({}, about_.missing_out_); }
 
     void LooksAtTheOutValueBeforeTheHandle()
@@ -432,6 +443,7 @@ bool register_questions(const char* source, std::initializer_list<Question> ques
                                            SCENARIO(LeavesTheOutValueWithoutAnAnswer),
                                            SCENARIO(HandsOutNothingButATextWhenTheAgentRefuses)};
     static constexpr Named of_a_text[] = {SCENARIO(HandsOutTheText), SCENARIO(HandsOutAnEmptyTextAsOne),
+                                          SCENARIO(LeavesTheOutValueWhenTheAgentGivesNoText),
                                           SCENARIO(RefusesAMissingOutValue)};
     static constexpr Named of_a_first_out[] = {SCENARIO(LooksAtTheOutValueBeforeTheHandle)};
     static constexpr Named of_a_record[] = {SCENARIO(HandsOutTheRecord), SCENARIO(RefusesAMissingOutValue)};

@@ -851,6 +851,15 @@ TEST_F(Account, IsSignedInWhenTheStateBeginsWithTRUE)
         EXPECT_FALSE(is_signed_in(state)) << state;
 }
 
+TEST_F(Account, IsNotSignedInWhenNoStateComes)
+{
+    platform().read_strings_as_null();
+    agent().answer_next_with(0, {text("TRUE")});
+    bool is_signed_in = true;
+    EXPECT_EQ(quorvel_client_is_signed_in(client, &is_signed_in), 0);
+    EXPECT_FALSE(is_signed_in);
+}
+
 TEST_F(Account, RefusesAMissingOutPointerBeforeItLooksForTheProxy)
 {
     without_proxy([this] {
@@ -884,6 +893,19 @@ TEST_F(Account, HandsAnEmptyTextOutAsAnEmptyOne)
         EXPECT_EQ(query.query(client, value), 0);
         EXPECT_STREQ(value.get(), "") << query.name;
     }
+}
+
+TEST_F(Account, LeavesTheTextAloneWhenTheAgentGivesNone)
+{
+    platform().read_strings_as_null();
+    for (const TextQuery& query : queries) {
+        char preset[] = "preset";
+        char* value = preset;
+        agent().answer_next_with(0, {text("the answer")});
+        EXPECT_EQ(query.query(client, &value), 0);
+        EXPECT_EQ(value, preset) << query.name;
+    }
+    EXPECT_THAT(errors(), testing::IsEmpty());
 }
 
 TEST_F(Account, LeavesTheTextAloneWhenTheAgentRefuses)

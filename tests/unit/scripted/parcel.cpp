@@ -331,6 +331,10 @@ int rpc_port_parcel_read_string(rpc_port_parcel_h h, char** str)
         parcel->failed = true;
     }
     const std::string* const string = scripted::detail::next_string(*parcel);
+    if (string && state().strings_are_null) {
+        *str = nullptr;
+        return RPC_PORT_ERROR_NONE;
+    }
     *str = scripted::detail::heap_copy(string ? *string : "");
     return string ? RPC_PORT_ERROR_NONE : code.value_or(RPC_PORT_ERROR_IO_ERROR);
 }

@@ -207,6 +207,9 @@ struct Platform {
     void fail(std::string_view function, int nth = 1, int code = -12);
     void fail_from(std::string_view function, int nth = 1, int code = -12);  // and all that follow
     void fail_no_more();
+    // Strings are read without a failure, but NULL is what comes of them, as on a platform that knows absent
+    // ones. One that is borrowed is an empty one.
+    void read_strings_as_null();
     int uses(std::string_view function) const;   // since the start of the test
     std::vector<std::string> functions() const;  // the names of all that can fail
 };

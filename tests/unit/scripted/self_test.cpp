@@ -119,6 +119,20 @@ TEST_F(ScriptedParcel, ShowsThatAStringOrBundleWasNull)
     EXPECT_FALSE(contents(h) == (Values{text(""), bundle_of({})}));
 }
 
+TEST_F(ScriptedParcel, ReadsStringsAsNullWhenToldTo)
+{
+    const rpc_port_parcel_h h = make_parcel({text("a"), i32(5)});
+    platform().read_strings_as_null();
+    char untouched[] = "untouched";
+    char* read = untouched;
+    EXPECT_EQ(rpc_port_parcel_read_string(h, &read), RPC_PORT_ERROR_NONE);
+    EXPECT_EQ(read, nullptr);
+    int number = 0;
+    EXPECT_EQ(rpc_port_parcel_read_int32(h, &number), RPC_PORT_ERROR_NONE);
+    EXPECT_EQ(number, 5);
+    rpc_port_parcel_destroy(h);
+}
+
 TEST_F(Scripted, NotesTheUseOfAParcelThatIsNotAlive)
 {
     rpc_port_parcel_h h = make_parcel({i32(1)});

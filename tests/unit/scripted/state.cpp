@@ -144,6 +144,12 @@ void Platform::fail_no_more()
     }
 }
 
+void Platform::read_strings_as_null()
+{
+    const Lock lock(state().mutex);
+    state().strings_are_null = true;
+}
+
 int Platform::uses(std::string_view function) const
 {
     const Lock lock(state().mutex);
@@ -198,6 +204,7 @@ void reset()
     s.events.clear();
     s.functions = {};
     s.misuses.clear();
+    s.strings_are_null = false;
     s.log.clear();
     s.keeps_log = true;
     set_last_result(0);

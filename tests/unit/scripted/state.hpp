@@ -180,6 +180,7 @@ struct State {
 
     std::array<FunctionRecord, static_cast<std::size_t>(Function::how_many)> functions;
     Strings misuses;
+    bool strings_are_null = false;
 
     std::vector<LogLine> log;
     bool keeps_log = true;
