@@ -12,12 +12,12 @@ die() {
     exit 1
 }
 
-# Installs what scripts/packages.txt names and the machine lacks.
+# Installs what a list (scripts/packages.txt, unless another is named) asks for and the machine lacks.
 install_missing() {
-    local package missing=()
-    command -v dpkg-query >/dev/null || die "this needs Debian 12 (dpkg-query is not here); install what scripts/packages.txt names and set QUORVEL_SKIP_INSTALL=1"
+    local list=${1:-scripts/packages.txt} package missing=()
+    command -v dpkg-query >/dev/null || die "this needs Debian 12 (dpkg-query is not here); install what $list names and set QUORVEL_SKIP_INSTALL=1"
     [ -z "${QUORVEL_SKIP_INSTALL:-}" ] || return 0
-    for package in $(sed 's/#.*//' "$root/scripts/packages.txt"); do
+    for package in $(sed 's/#.*//' "$root/$list"); do
         dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' || missing+=("$package")
     done
     [ ${#missing[@]} -gt 0 ] || return 0
