@@ -3,6 +3,8 @@
 
 #include <glib.h>
 
+#include <atomic>
+#include <cstdint>
 #include <mutex>
 #include <new>
 #include <utility>
@@ -43,6 +45,7 @@ public:
         // polled, and a wake-up, around every dispatch.
         g_source_set_can_recurse(source_, TRUE);
         g_source_set_callback(source_, unused, Handles::give_away(object), take_back);
+        handed_over.fetch_add(1, std::memory_order_release);
     }
 
     // Does `use(source)` while the source is there, which it may stop to be at any moment.
@@ -95,9 +98,13 @@ private:
     template <typename Object>
     static gboolean dispatch(GSource*, GSourceFunc, gpointer slot)
     {
+        static_cast<void>(handed_over.load(std::memory_order_acquire));
         const Ref<Object> object = Handles::borrow<Object>(static_cast<Slot*>(slot));
         return object->dispatch(object) ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
     }
+    // What the thread sanitizer sees of the hand-over of a slot to the thread that runs the loop.
+    static inline std::atomic<std::uint64_t> handed_over{0};
+
     static gboolean unused(gpointer) noexcept { return G_SOURCE_REMOVE; }
     static void take_back(gpointer slot) noexcept { Handles::take_back(static_cast<Slot*>(slot)); }
 

@@ -542,7 +542,11 @@ TEST_F(CallTest, LetsTheConnectedEventDestroyTheProxy)
 
 TEST_F(CallTest, LeavesAnApplicationsExceptionAlone)
 {
-    connect();
+    {
+        // GLib itself never comes to release its hold on the source that it was dispatching.
+        const NoLeakCheck unreleased;
+        connect();
+    }
     client_.on_received = [] { throw std::runtime_error{"the application's own"}; };
     write_all(link_.callback.get(), frame(text("x")));
     EXPECT_THROW(run_for(200ms), std::runtime_error);

@@ -191,7 +191,7 @@ int connect_without_a_loop()
 {
     // The agent answers in a process of its own; here nobody iterates the main context.
     const Home home;
-    const pid_t agent = fork();
+    const pid_t agent = fork_with_parent();
     if (agent == 0) {
         Agent echo;
         echo.listen();

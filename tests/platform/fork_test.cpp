@@ -18,7 +18,7 @@ protected:
     void SetUp() override
     {
         // The agent lives in a process of its own, so that calls can be made on this thread.
-        agent_ = fork();
+        agent_ = fork_with_parent();
         if (agent_ == 0) {
             Agent agent;
             agent.listen();

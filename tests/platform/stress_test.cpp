@@ -25,7 +25,7 @@ class Stress : public testing::Test {
 protected:
     void SetUp() override
     {
-        agent_ = fork();
+        agent_ = fork_with_parent();
         if (agent_ == 0) {
             setenv("QUORVEL_AGENT_CONNECTIONS", "64", 1);
             Agent agent;

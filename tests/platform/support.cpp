@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <signal.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -14,6 +16,10 @@
 #include <fstream>
 #include <map>
 #include <sstream>
+
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/lsan_interface.h>
+#endif
 
 namespace quorvel::platform::test {
 
@@ -57,6 +63,28 @@ std::string Home::read(const std::string& relative) const
 {
     std::ifstream file{path_ + "/" + relative, std::ios::binary};
     return {std::istreambuf_iterator<char>{file}, {}};
+}
+
+#ifdef __SANITIZE_ADDRESS__
+NoLeakCheck::NoLeakCheck()
+{
+    __lsan_disable();
+}
+NoLeakCheck::~NoLeakCheck()
+{
+    __lsan_enable();
+}
+#else
+NoLeakCheck::NoLeakCheck() = default;
+NoLeakCheck::~NoLeakCheck() = default;
+#endif
+
+pid_t fork_with_parent()
+{
+    const pid_t child = fork();
+    if (child == 0)
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+    return child;
 }
 
 bool run_until(const std::function<bool()>& condition, std::chrono::milliseconds patience)

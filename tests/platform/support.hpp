@@ -37,6 +37,18 @@ inline constexpr std::chrono::milliseconds kSlack{2000};
 inline constexpr std::chrono::milliseconds kSlack{50};
 #endif
 
+// What is allocated while one of these lives may leak.
+class NoLeakCheck {
+public:
+    NoLeakCheck();
+    ~NoLeakCheck();
+    NoLeakCheck(const NoLeakCheck&) = delete;
+    NoLeakCheck& operator=(const NoLeakCheck&) = delete;
+};
+
+// A child that ends with its parent, however that ends: a child left behind would hold up the test's output.
+pid_t fork_with_parent();
+
 // A variable of the environment, put back at the end.
 class ScopedVariable {
 public:
