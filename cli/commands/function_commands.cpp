@@ -356,7 +356,8 @@ Plan plan_of(const Function& function, std::string_view order)
         if (Invocation::takes(parameter) && !done.contains(parameter.name))
             add(parameter, false, true);
     // A word that may be repeated can only be the last.
-    std::ranges::stable_partition(plan.arguments, [](const Argument& argument) { return !argument.many; });
+    std::stable_partition(plan.arguments.begin(), plan.arguments.end(),
+                          [](const Argument& argument) { return !argument.many; });
     return plan;
 }
 
