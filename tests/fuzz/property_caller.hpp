@@ -1,0 +1,52 @@
+// A caller whose records hold what the input says, for the getters of their properties.
+#pragma once
+
+#include "calls.hpp"
+#include "fake_port.hpp"
+#include "input.hpp"
+
+namespace fuzz {
+
+class PropertyCaller : public wire::Caller {
+public:
+    explicit PropertyCaller(std::string record) : record_{std::move(record)} {}
+
+    int id = 0;
+
+    quorvel_client_h client() override { return nullptr; }
+    void connected(quorvel_client_h) override {}
+    const char* text() override { return "text"; }
+    int number() override { return 1; }
+    int property() override { return id; }
+    bool truth() override { return true; }
+    void fill(const quorvel::proxy::RecordType& type, void* record) override
+    {
+        rpc_port_parcel_h parcel = wire::parcel_of(record_);
+        rpc_port_parcelable_t parcelable = type.parcelable;
+        rpc_port_parcel_read(parcel, &parcelable, record);
+        rpc_port_parcel_destroy(parcel);
+    }
+
+private:
+    std::string record_;
+};
+
+/// Calls every accessor of that type of records with every property that there could be. Ids of properties
+/// are flags in some families and numbers in others.
+inline void ask_all(PropertyCaller& caller, const quorvel::proxy::RecordType& type)
+{
+    for (const wire::PublicCall& each : wire::public_calls()) {
+        if (each.property_of != &type)
+            continue;
+        for (int i = -1; i < 34; ++i) {
+            caller.id = i;
+            each.call(caller);
+        }
+        for (int bit = 6; bit < 31; ++bit) {
+            caller.id = 1 << bit;
+            each.call(caller);
+        }
+    }
+}
+
+}  // namespace fuzz
