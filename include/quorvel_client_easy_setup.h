@@ -326,6 +326,9 @@ typedef void (*quorvel_client_easy_setup_enrollee_sign_in_cb)(bool signed_in, vo
 /**
  * @brief Hears which access points the enrollee sees.
  *
+ * Unlike in other lists, one for which memory ran short is left out and not counted: the vector holds no NULL
+ * in front of the one that ends it, which quorvel_client_easy_setup_destroy_access_point_list() goes by.
+ *
  * @param[in] list      The access points, handed over: release them with
  *                      quorvel_client_easy_setup_destroy_access_point_list(). NULL when there are none.
  * @param[in] count     How many there are.
@@ -394,6 +397,8 @@ QUORVEL_API int quorvel_client_easy_setup_initialize(quorvel_client_h handle, in
  *
  * @attention A callback that was registered before a later step failed stays registered.
  *
+ * @attention A failure of the start itself is logged under the name start_easy_setup, for both versions.
+ *
  * @param[in] handle            A connected client.
  * @param[in] host_address      The address of the host; neither NULL nor empty when the session is of kind 0,
  *                              else passed to the agent as it is, NULL as the empty string.
@@ -410,8 +415,8 @@ QUORVEL_API int quorvel_client_easy_setup_initialize(quorvel_client_h handle, in
  *     of kind 0 and @p host_address is NULL or empty.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  No initialise ended with the result 0 yet, or a registration
- *     could not be made for want of memory.
+ * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     Memory could not be had.
+ * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  No initialise ended with the result 0 yet.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, or one with a code that
  *     is not in the table.
  * @return Another code is the agent's answer, see @ref quorvel_agent_codes.
@@ -437,6 +442,8 @@ QUORVEL_API int quorvel_client_easy_setup_start(quorvel_client_h handle, const c
  *
  * @attention A callback that was registered before a later step failed stays registered.
  *
+ * @attention A failure of the start itself is logged under the name start_easy_setup, for both versions.
+ *
  * @param[in] handle               A connected client.
  * @param[in] host_address         The address of the host; neither NULL nor empty when the session is of kind
  *                                 0, else passed to the agent as it is, NULL as the empty string.
@@ -453,8 +460,8 @@ QUORVEL_API int quorvel_client_easy_setup_start(quorvel_client_h handle, const c
  *     of kind 0 and @p host_address is NULL or empty.
  * @retval QUORVEL_CLIENT_ERROR_NOT_CONNECTED     There is no connection, or the connected callback has not
  *     run yet.
- * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  No initialise ended with the result 0 yet, or a registration
- *     could not be made for want of memory.
+ * @retval QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY     Memory could not be had.
+ * @retval QUORVEL_CLIENT_ERROR_OPERATION_FAILED  No initialise ended with the result 0 yet.
  * @retval QUORVEL_CLIENT_ERROR_UNKNOWN           No answer came within the deadline, or one with a code that
  *     is not in the table.
  * @return Another code is the agent's answer, see @ref quorvel_agent_codes.
@@ -999,6 +1006,8 @@ QUORVEL_API int quorvel_client_easy_setup_cloud_property_set_string(
  * @brief Reads a string of a cloud property record.
  *
  * @attention #QUORVEL_CLIENT_EASY_SETUP_CLOUD_PROP_TC_RESULT can be set but not read.
+ *
+ * @attention In the log a missing address goes by the name of a language.
  *
  * @param[in]  property    The record to read.
  * @param[in]  property_id #QUORVEL_CLIENT_EASY_SETUP_CLOUD_PROP_CI_HOST_ADDRESS; no other.

@@ -68,13 +68,19 @@ public:
         refused_ = Refused::taken_back;
         return std::move(*this);
     }
+    /// The code when the delegate cannot be made, where it is another one.
+    Registration without_memory(int code) &&
+    {
+        missing_delegate_code_ = code;
+        return std::move(*this);
+    }
 
     bool prepare(ApiCall& call)
     {
         slot_.dispose(call.proxy());
         const Handle delegate = new_client_delegate(kind_, handler_, call.client());
         if (delegate == nullptr) {
-            call.fail(QUORVEL_CLIENT_ERROR_OPERATION_FAILED, QC_TEXT("handle is null"));
+            call.fail(missing_delegate_code_, QC_TEXT("handle is null"));
             return false;
         }
         delegate_ = proxy::DelegateRef{delegate};
@@ -105,6 +111,7 @@ private:
     Callback callback_;
     void* user_data_;
     Refused refused_ = Refused::stays;
+    int missing_delegate_code_ = QUORVEL_CLIENT_ERROR_OPERATION_FAILED;
     proxy::DelegateRef delegate_;
 };
 
@@ -126,8 +133,9 @@ auto registered_if_empty(const Method<Routine>& method, Slot& slot,
 {
     return [=, &slot](ApiCall& call) {
         if (!slot.is_filled())
-            call.invoke(method,
-                        registration(slot, kind, handler, pair, callback, nullptr).taken_back_when_refused());
+            call.invoke(method, registration(slot, kind, handler, pair, callback, nullptr)
+                                    .taken_back_when_refused()
+                                    .without_memory(QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY));
     };
 }
 

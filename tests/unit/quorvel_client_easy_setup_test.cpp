@@ -764,7 +764,7 @@ TEST_F(EasySetupStart, FailsWithoutMemoryForADelegateAndRegistersNothing)
 {
     initialise();
     FailingAllocation first(1);
-    EXPECT_EQ(start(a), operation_failed);
+    EXPECT_EQ(start(a), out_of_memory);
     EXPECT_TRUE(first.happened());
     EXPECT_THAT(errors(), HasLine(failure("quorvel_client_easy_setup_start", "handle is null")));
     EXPECT_THAT(agent().requests(), IsEmpty());
