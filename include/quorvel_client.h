@@ -55,7 +55,8 @@
  *   record by record with the destroy function of the kind, and then itself with free(). An empty one is
  *   NULL with a count of 0.
  * - An entry for which memory ran short is NULL in such a vector: release by the count, not up to the first
- *   NULL. free() takes a NULL, and a destroy function answers it with an error and does nothing else.
+ *   NULL. free() takes a NULL, and a destroy function answers it with an error and does nothing else. Lists
+ * of access points alone hold no such entry.
  * - An out parameter is written on success only, unless the function says otherwise.
  * - What is passed in stays the caller's and is copied where it is needed longer than the call.
  *

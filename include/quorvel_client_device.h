@@ -230,6 +230,8 @@ QUORVEL_API int quorvel_client_move_devices(quorvel_client_h handle, const char*
  *
  * The answer comes later, through @p cb, once.
  *
+ * @attention In the log its failure goes by the name of another method, set_device_profile.
+ *
  * @attention When the agent refuses or does not answer, the request stays where it is until the client is
  *     disconnected: should the agent send a result all the same, @p cb is called with it.
  *

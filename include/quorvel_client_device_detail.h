@@ -92,6 +92,8 @@ typedef void (*quorvel_client_device_detail_list_updated_cb)(quorvel_client_devi
  *
  * @attention A failure of that question is ignored: the list is asked for all the same.
  *
+ * @attention In the log a list that cannot be copied out goes by the name of the device list.
+ *
  * @param[in]  handle A connected client.
  * @param[out] list   The details, each to be released with quorvel_client_device_detail_destroy(), and then
  *                    the vector itself with free(); NULL when there are none.
@@ -160,6 +162,8 @@ QUORVEL_API int quorvel_client_device_detail_destroy(quorvel_client_device_detai
  * @attention An empty or absent state reads as connected, and a state is known by its first letters:
  *     CONNECTED, DISCONNECTE or INACTIVE, whatever follows. (The event of
  *     quorvel_client_start_monitoring_cloud_device_state() reads an empty state as unknown.)
+ *
+ * @attention A state for whose copy there is no memory reads as an empty one.
  *
  * @param[in]  detail      The record to read.
  * @param[in]  property_id #QUORVEL_CLIENT_DEVICE_DETAIL_PROP_CLOUD_DEVICE_STATE or

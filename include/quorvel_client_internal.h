@@ -35,6 +35,8 @@ typedef enum {
 /**
  * @brief Tells which server environment the agent uses.
  *
+ * @attention In the log its failure goes by the name of another method, get_dev_mode.
+ *
  * @attention A negative number given as @p type is a large one and is refused.
  *
  * @param[in]  handle A connected client.
@@ -58,6 +60,8 @@ QUORVEL_API int quorvel_client_internal_get_server_env(quorvel_client_h handle, 
 
 /**
  * @brief Chooses the server environment that the agent uses.
+ *
+ * @attention In the log its failure goes by the name of another method, set_dev_mode.
  *
  * @attention A negative number given as @p type or @p env is a large one and is refused.
  *
@@ -83,6 +87,8 @@ QUORVEL_API int quorvel_client_internal_set_server_env(quorvel_client_h handle, 
 
 /**
  * @brief Puts the agent into suspend mode, or wakes it.
+ *
+ * @attention In the log its failure goes by the name of another method, set_dev_mode.
  *
  * @param[in] handle  A connected client.
  * @param[in] suspend True to suspend, false to wake.

@@ -540,6 +540,8 @@ QUORVEL_API int quorvel_client_get_resource_uris(quorvel_client_h handle, const 
 /**
  * @brief Gives the types of one resource of a device.
  *
+ * @attention In the log its failure goes by the shorter name get_resource_types.
+ *
  * @param[in]  handle       A connected client.
  * @param[in]  device_id    The device; neither NULL nor empty.
  * @param[in]  resource_uri The URI of the resource; neither NULL nor empty.

@@ -103,6 +103,8 @@ int quorvel_client_move_devices(quorvel_client_h handle, const char* const* devi
         // The text says "less than 0" of a 0 too.
         .require(count > 0, "device id count is less than 0")
         .require(is_set(group_id), "group_id is NULL")
+        // Unlike that of a removal the request stays when the agent refuses, which is meant so here and for
+        // the nickname.
         .invoke(METHOD(move_devices), StringsIn{device_ids, count}, count, group_id, second,
                 device_result(cb, user_data).stays_when_refused())
         .result();

@@ -85,6 +85,8 @@ auto provisioning_info(quorvel_client_easy_setup_provisioning_info_cb cb)
 template <typename... Callbacks>
 int start(ApiCall&& call, const char* host_address, bool flag, void* user_data, const Callbacks&... callbacks)
 {
+    // The host comes before the callbacks, and the user data is taken over before the proxy is looked for;
+    // both are meant so.
     call.agent(1, 4)
         .require(session_type != QUORVEL_CLIENT_EASY_SETUP_TYPE_HOST_ADDRESS || is_set(host_address),
                  "host_address is invalid")
@@ -143,6 +145,7 @@ public:
         constexpr auto kind = RECORD(bookmark_location_s);
         const OwnedBundle place = new_bundle(call);
         for (const auto& [key, text] : entries) {
+            // Only a missing text is left out; an empty one is sent.
             const int error = call.ok() && text != nullptr ? bundle_add_str(place.get(), key, text) : 0;
             if (error != BUNDLE_ERROR_NONE)
                 call.fail(QUORVEL_CLIENT_ERROR_OPERATION_FAILED, QC_TEXT("bundle_add_str() failed [%d : %s]"),
@@ -214,6 +217,7 @@ void _easy_setup_otm_support_feature_cb(void* user_data, int feature)
                                                   start_user_data.load());
 }
 
+// The PIN itself, the first value, is not told, which is meant so.
 void _easy_setup_random_pin_cb(void* user_data, const char*, int value)
 {
     Event{user_data}.has_user_data().tell_exactly(&Client::easy_setup_random_pin, value,

@@ -206,6 +206,7 @@ void _group_list_cb(void* user_data, const char* event_word, const char* type_wo
     int count = 0;
     if (!event.ok() || !copy_out(event, groups, rpc_port_array_group_s_get_array_group_ss, &list, &count))
         return;
+    // Whatever is no subgroup counts as a group, which is meant so.
     const int type = number_of(type_word, {subgroup_word}) != 0 ? QUORVEL_CLIENT_GROUP_TYPE_SUBGROUP
                                                                 : QUORVEL_CLIENT_GROUP_TYPE_GROUP;
     // Told whatever the event is, other than for scenes.
@@ -247,6 +248,7 @@ int quorvel_client_update_group(quorvel_client_h handle, const char* group_id, c
         .result();
 }
 
+// The third value comes first, which is meant so.
 void _group_result_cb(void* request, const char* group_id, const char* second, int result)
 {
     const Answer answer{request};

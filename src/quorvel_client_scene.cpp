@@ -156,6 +156,6 @@ void _scene_result_cb(void* request, const char* scene_id, const char* scene, co
     const Answer answer{request};
     log_api(DLOG_DEBUG, answer.event.at(), QC_TEXT("_scene_result_cb scene id [%s]"), shown(scene_id));
     log_api(DLOG_DEBUG, answer.event.at(), QC_TEXT("_scene_result_cb scene [%s]"), shown(scene));
-    // The third text goes no further, which is meant so.
+    // The fifth value comes first and the third goes no further, which is meant so.
     answer.tell<quorvel_client_scene_result_cb>(result, scene_id, scene, fourth);
 }

@@ -4,6 +4,8 @@
 
 using namespace quorvel;
 
+// A failed condition is left at the line of the check itself in both functions, which is meant so.
+
 int quorvel_client_get_udo_upload_url(quorvel_client_h handle, const char* first, const char* second,
                                       const char* third, int content_length, char** first_url,
                                       char** second_url)

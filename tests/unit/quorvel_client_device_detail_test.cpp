@@ -520,6 +520,23 @@ TEST_F(DeviceDetailOfAnAgentOf1_1, HasNoUiMetadataVersionAndNoSubgroupId)
     }
 }
 
+// Nobody can be connected to it, but a record may be read all the same.
+TEST_F(Scripted, DeviceDetailOfAnAgentOfUnknownVersionHasNoUiMetadataVersionAndNoSubgroupId)
+{
+    rpc_port_device_detail_s_h detail = nullptr;
+    ASSERT_EQ(rpc_port_device_detail_s_create(&detail), 0);
+    agent().install("2.4.0");
+    agent().package_version_unreadable();
+    for (const int id : {15, 16}) {
+        clear_log();
+        EXPECT_EQ(quorvel_client_device_detail_get_string(detail, id, OwnedText{}), lower_version);
+        EXPECT_THAT(errors(), Lines(qc_error("quorvel_client", "check_agent", "Lower version error"),
+                                    error("quorvel_client_device_detail_get_string",
+                                          "Fail to check condition[-1073741830]")));
+    }
+    rpc_port_device_detail_s_destroy(detail);
+}
+
 TEST_F(DeviceDetailOfAnAgentOf1_2, ReadsValuesOutOfTheJson)
 {
     EXPECT_EQ(text_of(all_different, 8), "g1");
