@@ -30,7 +30,7 @@ auto subscription_key(RequestKey<102>& key, const char* device_id, const char* r
 {
     return [=, &key](const ApiCall& call) {
         gchar* const digest = g_compute_checksum_for_string(G_CHECKSUM_SHA256, resource_uris, -1);
-        std::snprintf(key.text, sizeof key.text, "%s_%s", device_id, digest);
+        static_cast<void>(std::snprintf(key.text, sizeof key.text, "%s_%s", device_id, digest));
         g_free(digest);
         log_api(DLOG_DEBUG, call.at(), QC_TEXT("device_id [%s]"), device_id);
         log_api(DLOG_DEBUG, call.at(), QC_TEXT("res_uris [%s]"), resource_uris);
@@ -41,7 +41,7 @@ auto subscription_key(RequestKey<102>& key, const char* device_id, const char* r
 auto monitoring_key(RequestKey<99>& key, const char* device_id)
 {
     return [=, &key](const ApiCall& call) {
-        std::snprintf(key.text, sizeof key.text, "%s", device_id);
+        static_cast<void>(std::snprintf(key.text, sizeof key.text, "%s", device_id));
         log_api(DLOG_DEBUG, call.at(), QC_TEXT("s_request_id [%s]"), key.text);
     };
 }
@@ -61,6 +61,7 @@ auto ended(RequestTable table, const char* key)
 auto all_ended(const char* device_id)
 {
     return [=](ApiCall& call) {
+        // NOLINTNEXTLINE(clang-analyzer-core.NonNullParamChecker): the id was checked by a step before.
         char* const beginning = strdup(device_id);
         call.require(beginning != nullptr, "memory allocation is failed", QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY);
         if (!call.ok())

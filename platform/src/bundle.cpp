@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <new>
 #include <string_view>
 
@@ -378,15 +379,14 @@ void write_bundle(const bundle* b, char* to) noexcept
 BundleRead read_bundle(const char* from, std::size_t size, bundle** b) noexcept
 {
     *b = nullptr;
-    bundle* made = bundle_create();
+    const auto release = [](bundle* read) { bundle_free(read); };
+    std::unique_ptr<bundle, decltype(release)> made{bundle_create(), release};
     if (made == nullptr)
         return BundleRead::out_of_memory;
     Cursor cursor{from, size};
-    const BundleRead result = read_entries(made, cursor);
+    const BundleRead result = read_entries(made.get(), cursor);
     if (result == BundleRead::complete)
-        *b = made;
-    else
-        bundle_free(made);
+        *b = made.release();
     return result;
 }
 

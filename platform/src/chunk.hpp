@@ -40,7 +40,7 @@ private:
     friend class ChunkPool;
 };
 
-inline constexpr std::size_t kStandardChunk = 64 * 1024 - sizeof(Chunk);
+inline constexpr std::size_t kStandardChunk = std::size_t{64} * 1024 - sizeof(Chunk);
 
 // For the fork handlers: the pool is whole in the child.
 void lock_chunk_pool() noexcept;

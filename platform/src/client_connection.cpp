@@ -691,7 +691,7 @@ void ClientConnection::watch_delivery(const Ref<ClientConnection>& self) noexcep
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
-    constexpr std::size_t stack = 128 * 1024;
+    constexpr std::size_t stack = std::size_t{128} * 1024;
     pthread_attr_setstacksize(&attributes, stack);
     // The application's signals are not for this thread.
     sigset_t all;

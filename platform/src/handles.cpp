@@ -124,6 +124,7 @@ HandleTag Handles::tag_of(const void* handle) noexcept
 void* Handles::handle(const AnyRef& object, HandleTag tag) noexcept
 {
     const std::uint64_t state = object.slot_->state.load(std::memory_order_relaxed);
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): a handle is a number, which only looks like an address.
     return reinterpret_cast<void*>(generation(state) << 16
                                    | static_cast<std::uintptr_t>(object.slot_->index) << kTagBits
                                    | static_cast<std::uintptr_t>(tag));

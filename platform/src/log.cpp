@@ -73,11 +73,14 @@ bool stderr_is_journal() noexcept
     const char* stream = std::getenv("JOURNAL_STREAM");
     if (stream == nullptr)
         return false;
-    unsigned long long device = 0;
-    unsigned long long inode = 0;
     struct stat info {};
-    return std::sscanf(stream, "%llu:%llu", &device, &inode) == 2 && fstat(STDERR_FILENO, &info) == 0
-           && info.st_dev == device && info.st_ino == inode;
+    if (fstat(STDERR_FILENO, &info) != 0)
+        return false;
+    char here[48];
+    static_cast<void>(std::snprintf(here, sizeof here, "%llu:%llu",
+                                    static_cast<unsigned long long>(info.st_dev),
+                                    static_cast<unsigned long long>(info.st_ino)));
+    return std::strcmp(stream, here) == 0;
 }
 
 void write_line(int priority, const char* tag, const char* text) noexcept;

@@ -6,6 +6,7 @@
 // Says to the compiler what the C header does not: that the arguments follow a format.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wredundant-decls"
+// NOLINTNEXTLINE(readability-redundant-declaration)
 extern "C" int dlog_print(log_priority prio, const char* tag, const char* fmt, ...)
     __attribute__((format(printf, 3, 4)));
 #pragma GCC diagnostic pop

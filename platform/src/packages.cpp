@@ -21,7 +21,7 @@
 namespace quorvel::platform {
 namespace {
 
-constexpr off_t kLargestManifest = 64 * 1024;
+constexpr off_t kLargestManifest = off_t{64} * 1024;
 
 std::string_view trimmed(std::string_view text) noexcept
 {

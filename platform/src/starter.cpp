@@ -65,6 +65,7 @@ std::vector<std::string> environment_for(const std::string& id)
 std::vector<char*> pointers(std::vector<std::string>& strings)
 {
     std::vector<char*> result;
+    result.reserve(strings.size() + 1);
     for (std::string& text : strings)
         result.push_back(text.data());
     result.push_back(nullptr);

