@@ -360,7 +360,7 @@ public:
         if (delegate == nullptr) {
             call.fail(QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY, QC_TEXT("%s failed"), kind_.create_name);
             if (refused_ == Refused::stays)
-                call.client().keep(kept, release_unanswered);
+                leave_unanswered(kept);
             else
                 release_unanswered(kept);
             return false;

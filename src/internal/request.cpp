@@ -38,6 +38,16 @@ Entry* take(const void* request)
     return nullptr;
 }
 
+/// Takes an entry's request, unless its handler has.
+Request* take_unanswered(const Entry& entry)
+{
+    const std::lock_guard lock{locks::clients};
+    Request* const unanswered = entry.request;
+    if (unanswered != nullptr)
+        take(unanswered);
+    return unanswered;
+}
+
 }  // namespace
 
 Request* new_request(Client& client, void (*callback)(), void* user_data, void** kept)
@@ -63,16 +73,18 @@ Request* new_request(Client& client, void (*callback)(), void* user_data, void**
 void release_unanswered(void* kept)
 {
     auto* const entry = static_cast<Entry*>(kept);
-    Request* unanswered = nullptr;
-    {
-        const std::lock_guard lock{locks::clients};
-        unanswered = entry->request;
-        if (unanswered != nullptr)
-            take(unanswered);
-    }
-    std::free(unanswered);
+    std::free(take_unanswered(*entry));
     entry->client->drop();
     delete entry;
+}
+
+// The entry holds the client, so the client may not keep the entry: neither would ever go.
+void leave_unanswered(void* kept)
+{
+    auto* const entry = static_cast<Entry*>(kept);
+    if (Request* const unanswered = take_unanswered(*entry))
+        entry->client->keep(unanswered, std::free);
+    release_unanswered(entry);
 }
 
 AnsweredRequest::AnsweredRequest(void* request) noexcept : request_{static_cast<Request*>(request)}

@@ -19,6 +19,8 @@ struct Request {
 /// `release_unanswered`.
 Request* new_request(Client& client, void (*callback)(), void* user_data, void** kept);
 void release_unanswered(void* kept);
+/// The same, but the request stays until the client's disconnect.
+void leave_unanswered(void* kept);
 
 /// A request in the hands of its handler: freed at the end, also on the way of an application's exception.
 class AnsweredRequest {
