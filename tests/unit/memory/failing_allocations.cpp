@@ -10,11 +10,13 @@ struct Plan {
     int until = 0;    // allocations that still succeed, and the first that fails
     int failing = 0;  // how many fail then
     bool happened = false;
+    int seen = 0;  // all, whether they failed or not
 };
 thread_local Plan plan;
 
 bool fails()
 {
+    ++plan.seen;
     if (plan.failing == 0) {
         return false;
     }
@@ -31,7 +33,7 @@ bool fails()
 
 FailingAllocation::FailingAllocation(int nth, int how_many)
 {
-    plan = {nth, how_many, false};
+    plan = {nth, how_many, false, 0};
 }
 
 FailingAllocation::~FailingAllocation()
@@ -43,6 +45,11 @@ bool FailingAllocation::happened()
 {
     plan.failing = 0;
     return plan.happened;
+}
+
+int allocations_seen()
+{
+    return plan.seen;
 }
 
 // The linker sends every call of malloc to __wrap_malloc, and __real_malloc is malloc.

@@ -21,4 +21,7 @@ public:
     bool happened();
 };
 
+// How many allocations this thread has asked for since the last FailingAllocation was made.
+int allocations_seen();
+
 #endif

@@ -195,20 +195,30 @@ void reset()
     s.version.reset();
     s.package_error.reset();
     s.version_unreadable = false;
-    s.script.clear();
+    // Emptied with all their memory: who counts what a call leaves behind must not find ours.
+    const auto give_back = [](auto& container) {
+        std::remove_reference_t<decltype(container)>{}.swap(container);
+    };
+    give_back(s.script);
     s.otherwise.reset();
     s.program = nullptr;
     s.patience = std::chrono::milliseconds{0};
-    s.requests.clear();
-    s.unsent.clear();
-    s.events.clear();
+    give_back(s.requests);
+    give_back(s.unsent);
+    give_back(s.events);
     s.functions = {};
-    s.misuses.clear();
     s.strings_are_null = false;
-    s.log.clear();
+    give_back(s.misuses);
+    give_back(s.log);
     s.keeps_log = true;
     set_last_result(0);
     std::erase_if(s.connections, [](const auto& each) { return !each->alive; });
+    s.connections.shrink_to_fit();
+    std::erase_if(s.channels, [](const auto& each) { return !each.second->open; });
+    s.channels.rehash(0);
+    s.parcels.rehash(0);
+    s.package_infos.rehash(0);
+    s.bundles.rehash(0);
 }
 
 }  // namespace scripted
