@@ -1,0 +1,125 @@
+#include "live.hpp"
+
+#include <dirent.h>
+#include <malloc.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstddef>
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define HAS_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define HAS_SANITIZER 1
+#endif
+#endif
+
+namespace torture {
+
+namespace {
+
+std::atomic<long> blocks{0};
+std::atomic<long> bytes{0};
+
+int entries_of(const char* directory)
+{
+    DIR* const opened = opendir(directory);
+    int count = 0;
+    while (opened != nullptr && readdir(opened) != nullptr)
+        ++count;
+    if (opened != nullptr)
+        closedir(opened);
+    return count;
+}
+
+}  // namespace
+
+Held held()
+{
+    const long now_blocks = blocks.load(std::memory_order_relaxed);
+    const long now_bytes = bytes.load(std::memory_order_relaxed);
+    return {now_blocks, now_bytes, entries_of("/proc/self/fd"), entries_of("/proc/self/task")};
+}
+
+#ifdef HAS_SANITIZER
+const bool counts_memory = false;
+#else
+const bool counts_memory = true;
+
+namespace {
+
+void* counted(void* block)
+{
+    if (block != nullptr) {
+        blocks.fetch_add(1, std::memory_order_relaxed);
+        bytes.fetch_add(static_cast<long>(malloc_usable_size(block)), std::memory_order_relaxed);
+    }
+    return block;
+}
+
+void uncounted(void* block)
+{
+    if (block != nullptr) {
+        blocks.fetch_sub(1, std::memory_order_relaxed);
+        bytes.fetch_sub(static_cast<long>(malloc_usable_size(block)), std::memory_order_relaxed);
+    }
+}
+
+}  // namespace
+#endif
+
+}  // namespace torture
+
+#ifndef HAS_SANITIZER
+// The C library's own, under the names that it keeps for those who replace them.
+extern "C" {
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* block, std::size_t size);
+void* __libc_memalign(std::size_t alignment, std::size_t size);
+void __libc_free(void* block);
+
+[[gnu::visibility("default")]] void* malloc(std::size_t size) noexcept
+{
+    return torture::counted(__libc_malloc(size));
+}
+
+[[gnu::visibility("default")]] void* calloc(std::size_t count, std::size_t size) noexcept
+{
+    return torture::counted(__libc_calloc(count, size));
+}
+
+[[gnu::visibility("default")]] void* realloc(void* block, std::size_t size) noexcept
+{
+    torture::uncounted(block);
+    void* const moved = __libc_realloc(block, size);
+    if (moved == nullptr && size != 0)
+        torture::counted(block);  // it is still there
+    return torture::counted(moved);
+}
+
+[[gnu::visibility("default")]] void* memalign(std::size_t alignment, std::size_t size) noexcept
+{
+    return torture::counted(__libc_memalign(alignment, size));
+}
+
+[[gnu::visibility("default")]] void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept
+{
+    return memalign(alignment, size);
+}
+
+[[gnu::visibility("default")]] int posix_memalign(void** block, std::size_t alignment,
+                                                  std::size_t size) noexcept
+{
+    *block = memalign(alignment, size);
+    return *block != nullptr ? 0 : ENOMEM;
+}
+
+[[gnu::visibility("default")]] void free(void* block) noexcept
+{
+    torture::uncounted(block);
+    __libc_free(block);
+}
+}
+#endif
