@@ -23,6 +23,7 @@ struct Argument {
     Form form = Form::positional;
     bool required = true;
     bool many = false;
+    bool repeated = false;   // an option that may stand several times, with a value each time
     bool from_file = false;  // @FILE and - stand for what is in the file or comes on stdin
 };
 
@@ -34,6 +35,8 @@ struct Globals {
     bool dry_run = false;
     std::string code;  // --code: "", "c" or "cpp"
     std::string trace;
+    std::string capture_before;  // what the environment recorded into without us
+    bool secrets = false;        // --secrets: nothing is masked
     std::string until;
     int limit = 0;
     std::string exec;

@@ -15,6 +15,8 @@
 #include "command.hpp"
 #include "commands/complete.hpp"
 #include "core/suggest.hpp"
+#include "trace/record.hpp"
+#include "trace/request.hpp"
 
 namespace quorvel::cli {
 namespace {
@@ -140,8 +142,10 @@ void add_command(CLI::App& app, const Command& command, Given& given, const Comm
         added->required(argument.required)
             ->type_name(option ? "TEXT" : argument.word)
             ->allow_extra_args(false);
+        if (argument.repeated)
+            continue;
         if (argument.many)
-            added->expected(argument.required ? 1 : 0, 100000)->allow_extra_args(true);
+            added->expected(1, 100000)->allow_extra_args(true);
         else
             added->expected(1);
     }
@@ -164,7 +168,8 @@ void add_globals(CLI::App& app, Given& given)
     app.add_flag("-q,--quiet", given.quiet, "Only data, and errors");
     app.add_flag("-v,--verbose", globals.verbose, "The library's log on stderr");
     app.add_option("--trace", globals.trace, "Record what crosses the port into this file");
-    app.add_flag("--dry-run", globals.dry_run, "Print the C call instead of making it");
+    app.add_flag("--secrets", globals.secrets, "Mask nothing in traces and in parcels that are shown");
+    app.add_flag("--dry-run", globals.dry_run, "Print the C call and its parcels instead of making it");
     app.add_option("--code", globals.code, "Print a program that does the same: c or cpp")
         ->check(CLI::IsMember({"c", "cpp"}));
     app.add_option("--until", globals.until,
@@ -289,6 +294,10 @@ int run(int argc, char** argv)
             return complete({words.begin() + 1, words.end()});
         if (!words.empty() && words[0] == "__commands")
             return describe_commands();
+        if (!words.empty() && words[0] == "__answer")
+            return answer_everything();
+        if (words.size() == 2 && words[0] == "__call")
+            return call_once(words[1]);
         CLI::App app("Control a smart home through its agent, from a shell", "qvctl");
         app.require_subcommand(0, 1);
         app.fallthrough();
@@ -332,8 +341,8 @@ int run(int argc, char** argv)
             throw Failure(usage, fmt::format("there is no agent '{}'", globals.agent), "--agent",
                           "sim, sim:HOME or running");
         setenv("QUORVEL_LOG", globals.verbose ? "*:info" : "*:silent", globals.verbose ? 1 : 0);
-        if (!globals.trace.empty())
-            setenv("QUORVEL_CAPTURE", globals.trace.c_str(), 1);
+        if (const char* capture = std::getenv("QUORVEL_CAPTURE"); capture != nullptr)
+            globals.capture_before = capture;
         Output output;
         output.form = given.json              ? Form::json
                       : given.form == "jsonl" ? Form::jsonl
@@ -342,14 +351,19 @@ int run(int argc, char** argv)
         output.fields = given.fields;
         output.colour = may_colour(given, STDOUT_FILENO);
         output.quiet = given.quiet;
-        Context context(globals, output);
-        for (auto& [name, texts] : given.values[chosen])
-            if (!texts.empty())
-                context.values[name] = texts;
-        for (const auto& [name, set] : given.flags[chosen])
-            if (set)
-                context.values[name] = {"true"};
-        return chosen->run(context);
+        // The connection is closed before a trace of it is made.
+        const auto run_chosen = [&] {
+            Context context(globals, output);
+            for (auto& [name, texts] : given.values[chosen])
+                if (!texts.empty())
+                    context.values[name] = texts;
+            for (const auto& [name, set] : given.flags[chosen])
+                if (set)
+                    context.values[name] = {"true"};
+            return chosen->run(context);
+        };
+        return globals.trace.empty() ? run_chosen()
+                                     : trace::record_while(globals.trace, globals.secrets, run_chosen);
     } catch (const Failure& failure) {
         report(failure, given.json || given.form == "json", may_colour(given, STDERR_FILENO));
         return failure.status;
@@ -367,12 +381,8 @@ const std::vector<Command>& commands()
 {
     static const std::vector<Command> all = [] {
         std::vector<Command> list;
-        for (const auto& part :
-             {session_commands(), function_commands(), setup_commands(), api_commands(), simulator_commands(),
-#ifdef QVCTL_TRACE
-              trace_commands(),
-#endif
-              completion_commands()})
+        for (const auto& part : {session_commands(), function_commands(), setup_commands(), api_commands(),
+                                 simulator_commands(), trace_commands(), completion_commands()})
             list.insert(list.end(), part.begin(), part.end());
         return list;
     }();

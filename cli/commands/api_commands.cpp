@@ -5,6 +5,7 @@
 
 #include "commands/run.hpp"
 #include "core/raw.hpp"
+#include "trace/request.hpp"
 
 namespace quorvel::cli {
 namespace {
@@ -157,12 +158,15 @@ int call(Context& context)
 int raw(Context& context)
 {
     const std::string method = context.text("method");
-    if (method.empty())
+    if (method.empty()) {
         context.out.show(raw_request("", {}), {"id", "method", "family"});
-    else if (context.globals.dry_run)
+    } else if (context.globals.dry_run) {
         context.out.show(raw_request(method, context.texts("arguments")));
-    else
+        if (context.out.form == Form::table)
+            write_stdout(parcels_text(context, method, context.texts("arguments")));
+    } else {
         context.out.show(raw_call(context.session, method, context.texts("arguments")));
+    }
     return ok;
 }
 

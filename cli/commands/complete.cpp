@@ -32,9 +32,10 @@ constexpr Source sources[] = {
     {"installed_app_id", "quorvel_core_get_installed_app_list", "installed_app_id", false},
 };
 
-constexpr std::string_view global_options[] = {
-    "--output", "--json",    "--fields", "--agent", "--timeout", "--no-color", "--quiet", "--verbose",
-    "--trace",  "--dry-run", "--code",   "--help",  "--until",   "--limit",    "--exec",  "--version"};
+constexpr std::string_view global_options[] = {"--output",   "--json",   "--fields",  "--agent", "--timeout",
+                                               "--no-color", "--quiet",  "--verbose", "--trace", "--secrets",
+                                               "--dry-run",  "--code",   "--help",    "--until", "--limit",
+                                               "--exec",     "--version"};
 constexpr std::string_view with_value[] = {"-o",      "--output", "--fields", "--agent", "--timeout",
                                            "--trace", "--code",   "--until",  "--limit", "--exec"};
 
@@ -218,7 +219,7 @@ int describe_commands()
             arguments.push_back({{"word", argument.word},
                                  {"option", argument.form != Argument::Form::positional},
                                  {"required", argument.required},
-                                 {"many", argument.many}});
+                                 {"many", argument.many || argument.repeated}});
         write_stdout(Json{{"command", command.path},
                           {"help", command.help},
                           {"functions", command.functions},

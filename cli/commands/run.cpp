@@ -10,6 +10,7 @@
 #include "commands/program.hpp"
 #include "core/raw.hpp"
 #include "core/suggest.hpp"
+#include "trace/request.hpp"
 
 namespace quorvel::cli {
 namespace {
@@ -163,8 +164,9 @@ bool only_shown(Context& context, std::string_view name, const Arguments& argume
     if (!context.globals.code.empty())
         write_stdout(program_text(function, arguments, context.globals.code == "cpp"));
     else if (context.globals.dry_run)
-        write_stdout(fmt::format("{}\n/* method {} */\n", call_text(function, arguments),
-                                 fmt::join(methods_of(name), ", ")));
+        write_stdout(fmt::format("{}\n/* method {} */\n{}", call_text(function, arguments),
+                                 fmt::join(methods_of(name), ", "),
+                                 parcels_text(context, function, arguments)));
     else
         return false;
     return true;

@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "core/failure.hpp"
+#include "trace/record.hpp"
 
 namespace quorvel::cli {
 namespace {
@@ -144,7 +145,11 @@ bool listens(const fs::path& path)
 
 int run_program(const std::vector<std::string>& words, const fs::path& log)
 {
-    const pid_t pid = spawn(words, false, false, log);
+    return wait_for(spawn(words, false, false, log));
+}
+
+int wait_for(pid_t pid)
+{
     int status = 0;
     while (waitpid(pid, &status, 0) < 0 && errno == EINTR)
         continue;
@@ -158,6 +163,8 @@ pid_t start_program(const std::vector<std::string>& words, bool detached, const 
 
 PrivateAgent::PrivateAgent(const std::string& home_file)
 {
+    // What this program says is recorded, not what its agent hears.
+    const trace::Variable capture("QUORVEL_CAPTURE", "");
     char pattern[] = "/tmp/qvctl-XXXXXX";
     if (mkdtemp(pattern) == nullptr)
         throw Failure(failed, "no directory for an agent of our own", std::strerror(errno), "look at /tmp");

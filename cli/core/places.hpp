@@ -27,6 +27,8 @@ bool listens(const std::filesystem::path& socket);
 // Runs a program to its end and gives its status; 128 + n when a signal ended it. With a log, that is where
 // it writes.
 int run_program(const std::vector<std::string>& words, const std::filesystem::path& log = {});
+// Waits for a program that was started; its status as run_program() gives it.
+int wait_for(pid_t pid);
 // Starts a program that ends with us.
 pid_t start_program(const std::vector<std::string>& words, bool detached, const std::filesystem::path& log);
 
