@@ -71,6 +71,8 @@ int quorvel_core_get_device_group_list(quorvel_client_h handle, quorvel_core_dev
                list_out<rpc_port_array_device_group_s_h>(list, count));
 }
 
+// The text is handed out together with an error too, as those of the commands are, but its place is not
+// cleared first: both meant so.
 int quorvel_core_get_device_group_devices_status(quorvel_client_h handle, const char* group_id,
                                                  char** status_json)
 {

@@ -38,6 +38,8 @@ int quorvel_core_get_location_list(quorvel_client_h handle, quorvel_core_locatio
                list_out<rpc_port_array_location_s_h>(list, count));
 }
 
+// The place for the answer is looked at before the agent, and a missing proxy is a failed operation, unlike
+// in the two questions above: both meant so.
 int quorvel_core_get_location_json(quorvel_client_h handle, const char* location_id, char** json_str)
 {
     return ask(ApiCall{handle}

@@ -31,6 +31,7 @@ int quorvel_core_get_room_list(quorvel_client_h handle, const char* location_id,
                list_out<rpc_port_array_room_s_h>(list, count), location_id);
 }
 
+// A missing proxy is a failed operation here, unlike in the two questions above, which is meant so.
 int quorvel_core_get_room_json(quorvel_client_h handle, const char* location_id, const char* room_id,
                                char** json_str)
 {
@@ -38,6 +39,7 @@ int quorvel_core_get_room_json(quorvel_client_h handle, const char* location_id,
                METHOD(core_get_room_json), text_out(json_str), location_id, room_id);
 }
 
+// Here alone a missing location is told in the general words, which is meant so.
 int quorvel_core_create_room(quorvel_client_h handle, const char* location_id, const char* name,
                              char** result_str)
 {

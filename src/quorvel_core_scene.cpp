@@ -33,6 +33,7 @@ int quorvel_core_get_scene_list(quorvel_client_h handle, const char* location_id
                location_id);
 }
 
+// Here alone a missing location is told in words of its own, which is meant so.
 int quorvel_core_create_scene(quorvel_client_h handle, const char* location_id, const char* scene_json,
                               char** result_str)
 {

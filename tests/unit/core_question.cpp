@@ -368,6 +368,12 @@ public:
 private:
     void TestBody() override { (this->*scenario_)(); }
 
+    // The oldest agent that the function runs with.
+    std::string version() const override
+    {
+        return std::to_string(about_.minimum_.major) + '.' + std::to_string(about_.minimum_.minor) + ".0";
+    }
+
     void answer(int status) { agent().answer_next_with(status, about_.good_answer()); }
 
     LogLine own_error(const std::string& words) const
