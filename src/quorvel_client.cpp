@@ -537,10 +537,7 @@ int quorvel_client_refresh_device_information(quorvel_client_h handle)
 
 void _sign_in_state_cb(void* user_data, const char* state)
 {
-    Event event{user_data};
-    const auto pair = event.has_user_data().callback(&Client::sign_in_state);
-    if (pair.callback != nullptr)
-        pair.callback(says_true(state), pair.user_data);
+    Event{user_data}.has_user_data().tell(&Client::sign_in_state, says_true(state));
 }
 
 int quorvel_client_set_sign_in_state_changed_cb(quorvel_client_h handle,
@@ -567,10 +564,7 @@ int quorvel_client_unset_sign_in_state_changed_cb(quorvel_client_h handle)
 
 void _qc_service_ui_metadata_updated_cb(void* user_data, const char* first, const char* second)
 {
-    Event event{user_data};
-    const auto pair = event.has_user_data().callback(&Client::ui_metadata);
-    if (pair.callback != nullptr)
-        pair.callback(first, second, pair.user_data);
+    Event{user_data}.has_user_data().tell(&Client::ui_metadata, first, second);
 }
 
 int quorvel_client_set_ui_metadata_updated_cb(quorvel_client_h handle,

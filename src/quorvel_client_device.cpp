@@ -137,8 +137,5 @@ int quorvel_client_remove_device(quorvel_client_h handle, const char* device_id,
 
 void _device_result_cb(void* request, int result)
 {
-    Event event{request};
-    const AnsweredRequest answered{request};
-    if (const auto callback = event.answered<quorvel_client_device_result_cb>(answered))
-        callback(result, answered.user_data());
+    Event{request}.answer<quorvel_client_device_result_cb>(result);
 }

@@ -36,8 +36,5 @@ int quorvel_client_unset_notification_cb(quorvel_client_h handle)
 
 void _notification_cb(void* user_data, const char* first, const char* second, const char* third)
 {
-    Event event{user_data};
-    const auto pair = event.has_user_data().callback(&Client::notification);
-    if (pair.callback != nullptr)
-        pair.callback(first, second, third, pair.user_data);
+    Event{user_data}.has_user_data().tell(&Client::notification, first, second, third);
 }

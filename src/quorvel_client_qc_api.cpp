@@ -462,10 +462,7 @@ int quorvel_client_unset_third_party_notification_status_updated_cb(quorvel_clie
 
 void _third_party_notification_status_updated_cb(void* user_data)
 {
-    Event event{user_data};
-    const auto pair = event.has_user_data().callback(&Client::third_party_notification_status);
-    if (pair.callback != nullptr)
-        pair.callback(pair.user_data);
+    Event{user_data}.has_user_data().tell(&Client::third_party_notification_status);
 }
 
 // Files.
