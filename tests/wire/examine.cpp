@@ -5,7 +5,7 @@
 #include <cstring>
 #include <string>
 
-#include "fake_port.hpp"
+#include "parcels.hpp"
 
 namespace wire {
 

@@ -2,17 +2,9 @@
 
 #include <package_info.h>
 
-#include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <new>
 #include <utility>
-
-#include "parcel.hpp"
-#include "wire.hpp"
-
-using quorvel::platform::Chunk;
-using quorvel::platform::Parcel;
 
 namespace wire {
 
@@ -93,37 +85,6 @@ void FakePort::reset()
     version = "99.0.0";
 }
 
-rpc_port_parcel_h parcel_of(std::string_view payload, bool is_answer)
-{
-    const std::size_t least = quorvel::platform::kFrameHead + payload.size();
-    Chunk* const chunk = Chunk::make(least);
-    char* const at = chunk->bytes() + chunk->capacity() - payload.size();
-    if (!payload.empty())
-        std::memcpy(at, payload.data(), payload.size());
-    Parcel* const parcel = Parcel::make();
-    parcel->adopt(chunk, at, payload.size(), is_answer);
-    chunk->release();
-    return parcel;
-}
-
-std::string_view payload_of(rpc_port_parcel_h parcel)
-{
-    Parcel& inside = *static_cast<Parcel*>(parcel);
-    return {inside.payload(), inside.size()};
-}
-
-std::string int32(std::int32_t value)
-{
-    std::string bytes(sizeof value, '\0');
-    quorvel::platform::put(bytes.data(), value);
-    return bytes;
-}
-
-std::string text(std::string_view value)
-{
-    return int32(static_cast<std::int32_t>(value.size() + 1)) + std::string(value) + '\0';
-}
-
 }  // namespace wire
 
 using wire::FakePort;
@@ -182,14 +143,16 @@ int __wrap_rpc_port_parcel_create_from_port(rpc_port_parcel_h* h, rpc_port_h fro
     *h = nullptr;
     if (waiting.empty())
         return RPC_PORT_ERROR_IO_ERROR;
-    const std::string payload = std::move(waiting.front());
-    waiting.pop_front();
+    int result = 0;
     try {
-        *h = wire::parcel_of(payload, is_answer);
+        *h = wire::parcel_of(waiting.front(), is_answer);
     } catch (const std::bad_alloc&) {
-        return RPC_PORT_ERROR_OUT_OF_MEMORY;
+        result = RPC_PORT_ERROR_OUT_OF_MEMORY;
     }
-    return 0;
+    // Nothing of it stays here, for those who look for secrets that stayed somewhere.
+    explicit_bzero(waiting.front().data(), waiting.front().size());
+    waiting.pop_front();
+    return result;
 }
 
 int __wrap_rpc_port_parcel_send(rpc_port_parcel_h h, rpc_port_h)

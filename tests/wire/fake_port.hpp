@@ -6,11 +6,13 @@
 
 #include <rpc-port.h>
 
-#include <cstdint>
 #include <deque>
 #include <functional>
 #include <string>
 #include <string_view>
+
+#include "bytes.hpp"
+#include "parcels.hpp"
 
 namespace wire {
 
@@ -43,16 +45,5 @@ public:
     Proxy* current = nullptr;
     std::deque<std::string> callbacks;
 };
-
-/// A received parcel of these bytes, as the port would hand it out. They end where their heap block ends, so
-/// that an address sanitizer sees who reads past them.
-rpc_port_parcel_h parcel_of(std::string_view payload, bool is_answer = true);
-
-/// What was written into a parcel.
-std::string_view payload_of(rpc_port_parcel_h parcel);
-
-// Bytes of the wire.
-std::string int32(std::int32_t value);
-std::string text(std::string_view value);
 
 }  // namespace wire

@@ -5,7 +5,6 @@
 #include <type_traits>
 
 #include "examine.hpp"
-#include "fake_port.hpp"
 
 namespace wire {
 
@@ -223,24 +222,6 @@ std::span<const Method> methods()
 #include "interface_lists.inc"
     };
     return all;
-}
-
-ConnectedProxy::ConnectedProxy()
-{
-    static constexpr rpc_port_proxy_qv_client_callback_s nobody_listens{};
-    rpc_port_proxy_qv_client_create("agent", &nobody_listens, nullptr, &proxy_);
-    reconnect();
-}
-
-ConnectedProxy::~ConnectedProxy()
-{
-    rpc_port_proxy_qv_client_destroy(proxy_);
-}
-
-void ConnectedProxy::reconnect()
-{
-    rpc_port_proxy_qv_client_connect(proxy_);
-    FakePort::instance().tell_connected();
 }
 
 }  // namespace wire

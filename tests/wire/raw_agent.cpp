@@ -21,50 +21,25 @@ namespace {
     _exit(1);
 }
 
-std::string read_exactly(int fd, std::size_t size)
+std::optional<std::string> read_exactly(int fd, std::size_t size)
 {
     std::string bytes(size, '\0');
     for (std::size_t used = 0; used < size;) {
         const ssize_t count = recv(fd, bytes.data() + used, size - used, 0);
         if (count <= 0)
-            give_up();
+            return std::nullopt;
         used += static_cast<std::size_t>(count);
     }
     return bytes;
 }
 
-std::string read_frame(int fd)
+std::optional<std::string> read_frame(int fd)
 {
-    return read_exactly(fd, static_cast<std::size_t>(int32_at(read_exactly(fd, 4), 0)));
+    const std::optional<std::string> head = read_exactly(fd, 4);
+    return head ? read_exactly(fd, static_cast<std::size_t>(int32_at(*head, 0))) : std::nullopt;
 }
 
 }  // namespace
-
-std::string int32(std::int32_t value)
-{
-    std::string bytes;
-    for (int shift = 0; shift < 32; shift += 8)
-        bytes.push_back(static_cast<char>(static_cast<std::uint32_t>(value) >> shift));
-    return bytes;
-}
-
-std::string text(std::string_view value)
-{
-    return int32(static_cast<std::int32_t>(value.size() + 1)) + std::string(value) + '\0';
-}
-
-std::string frame(std::string_view payload)
-{
-    return int32(static_cast<std::int32_t>(payload.size())) + std::string(payload);
-}
-
-std::int32_t int32_at(std::string_view bytes, std::size_t at)
-{
-    std::uint32_t value = 0;
-    for (std::size_t i = 0; i < 4; ++i)
-        value |= std::uint32_t{static_cast<unsigned char>(bytes[at + i])} << (8 * i);
-    return static_cast<std::int32_t>(value);
-}
 
 AgentSide::AgentSide(const std::string& socket) : listener_{::socket(AF_UNIX, SOCK_STREAM, 0)}
 {
@@ -86,8 +61,10 @@ void AgentSide::accept()
     if (one < 0 || other < 0)
         give_up();
     // The port's kind stands behind the magic number and the version.
-    const bool one_is_main = int32_at(read_frame(one), 8) == 0;
-    read_frame(other);
+    const std::optional<std::string> introduction = read_frame(one);
+    if (!introduction || !read_frame(other))
+        give_up();
+    const bool one_is_main = int32_at(*introduction, 8) == 0;
     main_ = one_is_main ? one : other;
     callback_ = one_is_main ? other : one;
 }
@@ -99,7 +76,20 @@ void AgentSide::welcome()
 
 std::string AgentSide::request()
 {
-    return read_frame(main_);
+    std::optional<std::string> request = read_frame(main_);
+    if (!request)
+        give_up();
+    return *request;
+}
+
+std::optional<std::string> AgentSide::next_request()
+{
+    std::optional<std::string> request = read_frame(main_);
+    if (!request) {
+        ::close(main_);
+        ::close(callback_);
+    }
+    return request;
 }
 
 void AgentSide::await_input() const

@@ -6,16 +6,13 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
-namespace wire {
+#include "bytes.hpp"
 
-// Bytes of the wire.
-std::string int32(std::int32_t value);
-std::string text(std::string_view value);
-std::string frame(std::string_view payload);
-std::int32_t int32_at(std::string_view bytes, std::size_t at);
+namespace wire {
 
 /// The agent's end, in the agent's process.
 class AgentSide {
@@ -27,6 +24,8 @@ public:
     void welcome();
     /// The next request's payload; the process ends when there is none any more.
     std::string request();
+    /// The same, or nothing when the client left; both sockets are closed then.
+    std::optional<std::string> next_request();
     void answer(std::string_view payload) { send(main_, frame(payload)); }
     void call_back(std::string_view payload) { send(callback_, frame(payload)); }
     /// Bytes as they are.
