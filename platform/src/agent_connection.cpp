@@ -19,6 +19,11 @@ namespace {
 // While it waits for room a sender looks again at least this often: another one's may have become free.
 constexpr int kLongestNap = 10;
 
+// How much of an answer is handed to the kernel at once while its reader is waited for, and how long that may
+// go on.
+constexpr std::size_t kSlice = std::size_t{256} << 10;
+constexpr auto kPatience = std::chrono::milliseconds{5};
+
 std::string printable(std::string_view text)
 {
     std::string result{text};
@@ -178,7 +183,7 @@ bool AgentConnection::push(Side& to, PortKind kind, std::string_view& rest)
 {
     const std::lock_guard lock{to.mutex};
     flush_locked(to, kind);
-    if (to.queue.empty() && !write(to, rest))
+    if (to.queue.empty() && !(kind == PortKind::main ? write_patiently(to, rest) : write(to, rest)))
         doom();
     if (is_doomed() || rest.empty())
         return true;
@@ -195,7 +200,33 @@ bool AgentConnection::push(Side& to, PortKind kind, std::string_view& rest)
     return true;
 }
 
-// False when the client is gone.
+// Who asked is reading, so an answer that is longer than the socket's buffer goes a moment later, straight
+// from its parcel, and wakes nobody's loop for that. Only a client that does not read has the rest of it
+// copied. The socket's own time-out ends the wait for a reader that takes nothing. False when the client is
+// gone.
+bool AgentConnection::write_patiently(Side& to, std::string_view& rest) noexcept
+{
+    Deadline impatient{};
+    while (!rest.empty()) {
+        const std::size_t slice = std::min(rest.size(), kSlice);
+        const ssize_t count = ::send(to.socket.get(), rest.data(), slice, MSG_NOSIGNAL);
+        if (count > 0)
+            rest.remove_prefix(static_cast<std::size_t>(count));
+        const bool is_reading = count == static_cast<ssize_t>(slice);
+        if (rest.empty())
+            return true;
+        if (!is_reading)
+            return write(to, rest);
+        const Deadline now = Clock::now();
+        if (impatient == Deadline{})
+            impatient = now + kPatience;
+        else if (now >= impatient)
+            return write(to, rest);
+    }
+    return true;
+}
+
+// What goes at once. False when the client is gone.
 bool AgentConnection::write(Side& to, std::string_view& rest) noexcept
 {
     while (!rest.empty()) {
@@ -278,6 +309,7 @@ AgentConnection::Fill AgentConnection::fill(bool wait)
             result = Fill::over;
         else if (!input_.received(static_cast<std::size_t>(count)))
             fault = "it announces a request of an impossible length";
+        waiting_frames_.store(input_.frames());
     }
     if (fault != nullptr) {
         QV_LOG(DLOG_ERROR, "client %s is dropped: %s", instance_.c_str(), fault);
@@ -286,17 +318,18 @@ AgentConnection::Fill AgentConnection::fill(bool wait)
     return result;
 }
 
-std::size_t AgentConnection::waiting_frames()
-{
-    const std::lock_guard lock{input_lock_};
-    return input_.frames();
-}
-
 void AgentConnection::drop_one_frame()
 {
     const OwnedParcel parcel{Parcel::make()};
     const std::lock_guard lock{input_lock_};
-    input_.take(*parcel, false);
+    take_locked(*parcel);
+}
+
+bool AgentConnection::take_locked(Parcel& parcel) noexcept
+{
+    const bool taken = input_.take(parcel, false);
+    waiting_frames_.store(input_.frames());
+    return taken;
 }
 
 int AgentConnection::receive(Parcel*& parcel, HandleTag port)
@@ -304,11 +337,11 @@ int AgentConnection::receive(Parcel*& parcel, HandleTag port)
     if (port != HandleTag::main_port)
         return RPC_PORT_ERROR_INVALID_PARAMETER;
     OwnedParcel made{Parcel::make()};
-    const Deadline deadline = Clock::now() + shared_->timing.deadline;
+    Deadline deadline{};
     for (;;) {
         {
             const std::lock_guard lock{input_lock_};
-            if (input_.take(*made, false))
+            if (take_locked(*made))
                 break;
         }
         if (is_doomed())
@@ -320,6 +353,8 @@ int AgentConnection::receive(Parcel*& parcel, HandleTag port)
                 doom();
                 return RPC_PORT_ERROR_IO_ERROR;
             case Fill::nothing: {
+                if (deadline == Deadline{})
+                    deadline = Clock::now() + shared_->timing.deadline;
                 const int left = milliseconds_until(deadline);
                 if (left == 0)
                     return RPC_PORT_ERROR_IO_ERROR;

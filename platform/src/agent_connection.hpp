@@ -49,9 +49,10 @@ private:
 };
 
 // Requests come in and answers go out on the main socket, callbacks go out on the other. Sending tries the
-// socket first; what does not fit is queued, for the loop to write, as long as the client's user has not too
-// much waiting already. Only then the sender waits, and at its deadline the client is given up: it is shut
-// down here, and the loop, which hears of that, tells of its end.
+// socket first, and on the main one gives a reader a moment; what still does not fit is queued, for the loop
+// to write, as long as the client's user has not too much waiting already. Only then the sender waits, and at
+// its deadline the client is given up: it is shut down here, and the loop, which hears of that, tells of its
+// end.
 class AgentConnection final : public Counted {
 public:
     AgentConnection(std::shared_ptr<AgentShared> shared, std::shared_ptr<Quota> quota, std::uint64_t number,
@@ -73,8 +74,10 @@ public:
     // The loop's. Receiving either looks, or waits for as long as the socket's own time-out lasts.
     enum class Fill { some, nothing, over };
     Fill fill(bool wait);
-    std::size_t waiting_frames();
+    std::size_t waiting_frames() const noexcept { return waiting_frames_.load(); }
     void drop_one_frame();
+    // Whether something waits for room in one of its sockets.
+    bool owes() const noexcept { return main_.armed.load() || callback_.armed.load(); }
     void flush(PortKind port);
 
     void after_fork() noexcept override;
@@ -87,15 +90,17 @@ private:
         TimedLock sending;  // a whole frame
         std::mutex mutex;   // a step of it
         OutQueue queue;
-        bool armed = false;
+        std::atomic<bool> armed{false};  // the loop hears when there is room; changed under the mutex
     };
 
     Side& side(PortKind port) noexcept { return port == PortKind::main ? main_ : callback_; }
     const Side& side(PortKind port) const noexcept { return port == PortKind::main ? main_ : callback_; }
     int send_frame(Side& side, PortKind port, std::string_view frame, Deadline deadline);
     bool push(Side& side, PortKind port, std::string_view& rest);
+    bool write_patiently(Side& side, std::string_view& rest) noexcept;
     bool write(Side& side, std::string_view& rest) noexcept;
     bool reserve(std::size_t size) noexcept;
+    bool take_locked(Parcel& parcel) noexcept;
     void flush_locked(Side& side, PortKind port) noexcept;
     void arm(Side& side, PortKind port, bool writable) noexcept;
 
@@ -110,6 +115,7 @@ private:
     Side callback_;
     std::mutex input_lock_;
     FrameInput input_;
+    std::atomic<std::size_t> waiting_frames_{0};  // changed under the lock
 };
 
 // What an epoll event of a client's socket carries.

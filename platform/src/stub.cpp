@@ -25,7 +25,7 @@ constexpr std::uint64_t kListenerKey = 0;
 constexpr int kEventsAtOnce = 64;
 constexpr int kFramesInTurn = 64;
 constexpr auto kLongestTurn = 5ms;
-constexpr auto kLingering = 1ms;        // a receive that waits for a client's next request
+constexpr auto kLingering = 1ms;  // a receive that waits for a client's next request, a send for its reader
 constexpr auto kQuickSuccession = 3ms;  // between requests that make waiting worth while
 constexpr auto kCrowdMemory = 20ms;     // after another client was heard
 constexpr auto kAcceptPause = 100ms;    // when there are no descriptors left
@@ -317,7 +317,8 @@ void Stub::join(const Ref<Visitor>& one, const Ref<Visitor>& other)
     const std::uint64_t number = next_number_++;
     timeval lingering{};
     lingering.tv_usec = std::chrono::microseconds{kLingering}.count();
-    setsockopt(one->socket.get(), SOL_SOCKET, SO_RCVTIMEO, &lingering, sizeof lingering);
+    for (const int wait : {SO_RCVTIMEO, SO_SNDTIMEO})
+        setsockopt(one->socket.get(), SOL_SOCKET, wait, &lingering, sizeof lingering);
     const Ref<AgentConnection> client =
         Handles::add(new AgentConnection{shared_, quota, number, one->peer, one->introduction->sender,
                                          std::move(one->socket), std::move(other->socket)},
@@ -444,7 +445,8 @@ void Stub::linger(Deadline turn_end)
     if (!worth_while())
         return;
     const Ref<AgentConnection> client = this->client(last_heard_);
-    while (client && worth_while() && !client->is_doomed() && Clock::now() < turn_end) {
+    // A client that has not taken its answers yet is waited for in the loop, which sends it the rest.
+    while (client && worth_while() && !client->is_doomed() && !client->owes() && last_heard_at_ < turn_end) {
         const AgentConnection::Fill filled = client->fill(true);
         if (filled == AgentConnection::Fill::over)
             drop(client);
