@@ -8,7 +8,9 @@
 namespace quorvel::platform {
 
 // A few chunks are kept, so that a steady exchange allocates nothing: standard ones, and one large one, since
-// a long list is often followed by the same list again.
+// a long list is often followed by the same list again. Not the first of its size: one long list alone is no
+// reason to hold so much, and the C library learns from a large block that is freed that such blocks come and
+// go here, and stops giving the heap's end back to the kernel after every list.
 class ChunkPool {
 public:
     Chunk* take(std::size_t capacity) noexcept
@@ -32,6 +34,8 @@ public:
                     standard_[standard_count_++] = chunk;
                     return;
                 }
+            } else if (chunk->capacity() > largest_seen_) {
+                largest_seen_ = chunk->capacity();
             } else if (chunk->capacity() <= kLargestKept
                        && (large_ == nullptr || large_->capacity() < chunk->capacity())) {
                 std::swap(large_, chunk);
@@ -69,6 +73,7 @@ private:
     Chunk* standard_[kMostStandard] = {};
     std::size_t standard_count_ = 0;
     Chunk* large_ = nullptr;
+    std::size_t largest_seen_ = 0;
 };
 
 namespace {
@@ -85,6 +90,11 @@ Chunk* Chunk::make(std::size_t capacity)
     capacity = std::max(capacity, kStandardChunk);
     Chunk* chunk = forever.pool.take(capacity);
     return chunk != nullptr ? chunk : ChunkPool::make(capacity);
+}
+
+Chunk* Chunk::kept(std::size_t capacity) noexcept
+{
+    return forever.pool.take(capacity);
 }
 
 void Chunk::release() noexcept

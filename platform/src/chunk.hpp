@@ -13,6 +13,8 @@ class Chunk {
 public:
     // At least `capacity` bytes; nothing shorter than a standard chunk is made. Throws std::bad_alloc.
     static Chunk* make(std::size_t capacity);
+    // One of at least `capacity` bytes if it is there already; nullptr otherwise.
+    static Chunk* kept(std::size_t capacity) noexcept;
 
     Chunk(const Chunk&) = delete;
     Chunk& operator=(const Chunk&) = delete;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "wire.hpp"
 
@@ -28,9 +29,17 @@ FrameInput::Room FrameInput::room()
 {
     if (tail_ == nullptr)
         head_ = tail_ = Chunk::make(kStandardChunk);
+    if (tail_->begin == tail_->end && tail_->alone()) {
+        // What a long frame needed is not kept here: the next one may be long in coming. It was taken from
+        // the last chunk, which is therefore the only one.
+        if (tail_->capacity() > kStandardChunk) {
+            Chunk* const standard = Chunk::make(kStandardChunk);
+            std::exchange(tail_, standard)->release();
+            head_ = tail_;
+        }
+        tail_->begin = tail_->complete = tail_->end = 0;
+    }
     Chunk& tail = *tail_;
-    if (tail.begin == tail.end && tail.alone())
-        tail.begin = tail.complete = tail.end = 0;
 
     const std::size_t partial = tail.end - tail.complete;
     const std::size_t free = tail.capacity() - tail.end;
@@ -41,8 +50,12 @@ FrameInput::Room FrameInput::room()
         // received() has seen to it that the length can be believed this far.
         const std::size_t whole =
             kFrameHead + static_cast<std::size_t>(get<std::int32_t>(tail.bytes() + tail.complete));
-        if (tail.complete + whole > tail.capacity() && (free == 0 || tail.complete != 0))
-            continue_in(Chunk::make(std::min(whole, std::max(kStandardChunk, 2 * partial))));
+        if (tail.complete + whole > tail.capacity() && (free == 0 || tail.complete != 0)) {
+            // Memory that is there already may be as large as what is announced; new memory may not.
+            Chunk* const kept = Chunk::kept(whole);
+            continue_in(
+                kept != nullptr ? kept : Chunk::make(std::min(whole, std::max(kStandardChunk, 2 * partial))));
+        }
     }
     return {tail_->bytes() + tail_->end, tail_->capacity() - tail_->end};
 }
