@@ -566,18 +566,19 @@ int ClientConnection::receive_answer(Parcel& parcel)
     const Sent* sent = last_sent(main_port_);
     if (sent != nullptr && !sent->on_wire)
         return RPC_PORT_ERROR_IO_ERROR;
-    const Deadline deadline = sent != nullptr ? sent->deadline : Clock::now() + timing_.deadline;
+    // Of the same moment as the deadline: time is asked for once a call.
+    const Deadline start = sent != nullptr ? sent->deadline - timing_.deadline : Clock::now();
+    const Deadline deadline = start + timing_.deadline;
     const TimedGuard guard{reading_, deadline};
     if (!guard) {
         missed_deadline();
         return RPC_PORT_ERROR_IO_ERROR;
     }
-    return read_answer(parcel, deadline);
+    return read_answer(parcel, start, deadline);
 }
 
-int ClientConnection::read_answer(Parcel& parcel, Deadline deadline)
+int ClientConnection::read_answer(Parcel& parcel, Deadline start, Deadline deadline)
 {
-    const Deadline start = Clock::now();
     bool plainly = deadline - start > 2 * kPlainWait;
     for (;;) {
         const State now = state();

@@ -90,7 +90,7 @@ private:
     Drain drain_locked(const char*& fault);
     int receive_callback(Parcel& parcel);
     int receive_answer(Parcel& parcel);
-    int read_answer(Parcel& parcel, Deadline deadline);
+    int read_answer(Parcel& parcel, Deadline start, Deadline deadline);
     Wait wait(short events, Deadline plainly_until, Deadline deadline);
 
     // From any thread.

@@ -1,6 +1,7 @@
 // A lock that is waited for until a deadline.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 
@@ -8,38 +9,38 @@
 
 namespace quorvel::platform {
 
-// Built of a mutex and a condition, which thread sanitizers follow; they lose sight of timed mutexes that
-// wait by the monotonic clock.
+// One atomic word while nobody has to wait. The waiting is built of a mutex and a condition, which thread
+// sanitizers follow; they lose sight of timed mutexes that wait by the monotonic clock.
 class TimedLock {
 public:
     bool lock_until(Deadline deadline)
     {
+        State expected = State::free;
+        if (state_.compare_exchange_strong(expected, State::taken))
+            return true;
         std::unique_lock lock{mutex_};
-        ++waiting_;
-        const bool free = condition_.wait_until(lock, deadline, [this] { return !taken_; });
-        --waiting_;
-        if (free)
-            taken_ = true;
-        return free;
+        // Whoever waits says so in the word, and goes on saying so when he has it: there may be others.
+        return condition_.wait_until(lock, deadline,
+                                     [this] { return state_.exchange(State::awaited) == State::free; });
     }
 
     void unlock() noexcept
     {
-        bool wake = false;
+        if (state_.exchange(State::free) != State::awaited)
+            return;
+        // Not before the one that saw the lock taken waits for it.
         {
             const std::lock_guard lock{mutex_};
-            taken_ = false;
-            wake = waiting_ != 0;
         }
-        if (wake)
-            condition_.notify_one();
+        condition_.notify_one();
     }
 
 private:
+    enum class State { free, taken, awaited };
+
+    std::atomic<State> state_{State::free};
     std::mutex mutex_;
     std::condition_variable condition_;
-    unsigned waiting_ = 0;
-    bool taken_ = false;
 };
 
 // Unlocks on the way out, if it was locked at all.
