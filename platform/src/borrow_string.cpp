@@ -6,8 +6,9 @@ int qv_port_parcel_borrow_string(rpc_port_parcel_h h, const char** str, int* len
 {
     if (h == nullptr || str == nullptr || length == nullptr)
         return RPC_PORT_ERROR_INVALID_PARAMETER;
-    const auto text = static_cast<quorvel::platform::Parcel*>(h)->next_string();
-    *str = text ? text->data() : "";
-    *length = text ? static_cast<int>(text->size()) : 0;
-    return text ? RPC_PORT_ERROR_NONE : RPC_PORT_ERROR_IO_ERROR;
+    std::size_t size = 0;
+    const char* text = static_cast<quorvel::platform::Parcel*>(h)->next_string(size);
+    *str = text != nullptr ? text : "";
+    *length = static_cast<int>(size);
+    return text != nullptr ? RPC_PORT_ERROR_NONE : RPC_PORT_ERROR_IO_ERROR;
 }

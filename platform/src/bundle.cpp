@@ -8,6 +8,7 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <optional>
 #include <string_view>
 
 #include "wire.hpp"
@@ -206,14 +207,13 @@ public:
 
     std::string_view string() noexcept
     {
-        const std::optional<std::size_t> length =
-            intact_ ? wire_string_length(at_, left_) : std::optional<std::size_t>{};
-        if (!length) {
+        const std::size_t size = intact_ ? wire_string_size(at_, left_) : 0;
+        if (size == 0) {
             intact_ = false;
             return {};
         }
-        const char* text = skip(sizeof(std::int32_t) + *length + 1) + sizeof(std::int32_t);
-        return {text, *length};
+        const char* text = skip(sizeof(std::int32_t) + size) + sizeof(std::int32_t);
+        return {text, size - 1};
     }
 
     const char* skip(std::size_t size) noexcept
@@ -334,20 +334,6 @@ std::size_t value_wire_size(const Entry& entry) noexcept
 }
 
 }  // namespace
-
-std::optional<std::size_t> wire_string_length(const char* from, std::size_t size) noexcept
-{
-    if (size < sizeof(std::int32_t))
-        return std::nullopt;
-    const std::int32_t announced = get<std::int32_t>(from);
-    if (announced < 1 || static_cast<std::size_t>(announced) > size - sizeof(std::int32_t))
-        return std::nullopt;
-    const std::size_t length = static_cast<std::size_t>(announced) - 1;
-    const char* text = from + sizeof(std::int32_t);
-    if (std::memchr(text, '\0', length + 1) != text + length)
-        return std::nullopt;
-    return length;
-}
 
 std::size_t bundle_wire_size(const bundle* b) noexcept
 {

@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 
 #include "exports.hpp"
 
@@ -19,9 +18,5 @@ enum class BundleRead { complete, malformed, out_of_memory };
 
 // Makes a bundle of exactly `size` bytes of its wire form.
 BundleRead read_bundle(const char* from, std::size_t size, bundle** b) noexcept;
-
-// The length of the string at `from`, its NUL not counted, or nothing when no whole string lies there:
-// int32 length with the NUL, the bytes, the NUL, which is the only one.
-std::optional<std::size_t> wire_string_length(const char* from, std::size_t size) noexcept;
 
 }  // namespace quorvel::platform

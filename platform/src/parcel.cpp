@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <optional>
 
 #include "bundle.hpp"
 #include "exports.hpp"
@@ -112,15 +113,6 @@ std::string_view Parcel::frame() noexcept
     return {payload_ - kFrameHead, kFrameHead + size_};
 }
 
-char* Parcel::append(std::size_t size)
-{
-    if (capacity_ - size_ < size)
-        grow(size_ + size);
-    char* at = payload_ + size_;
-    size_ += size;
-    return at;
-}
-
 void Parcel::grow(std::size_t payload_size)
 {
     // In large steps while it is small, since every step copies and wipes.
@@ -133,31 +125,6 @@ void Parcel::grow(std::size_t payload_size)
     chunk_ = chunk;
     payload_ = payload;
     capacity_ = chunk->capacity() - kFrameHead;
-}
-
-const char* Parcel::skip(std::size_t size) noexcept
-{
-    if (left() < size) {
-        failed_ = true;
-        return nullptr;
-    }
-    if (failed_)
-        return nullptr;
-    const char* at = payload_ + position_;
-    position_ += size;
-    return at;
-}
-
-std::optional<std::string_view> Parcel::next_string() noexcept
-{
-    const std::optional<std::size_t> length = failed_ ? std::nullopt : wire_string_length(at(), left());
-    if (!length) {
-        failed_ = true;
-        return std::nullopt;
-    }
-    const std::string_view text{at() + sizeof(std::int32_t), *length};
-    position_ += sizeof(std::int32_t) + *length + 1;
-    return text;
 }
 
 namespace {
@@ -300,13 +267,14 @@ int rpc_port_parcel_read_string(rpc_port_parcel_h h, char** str)
 {
     if (h == nullptr || str == nullptr)
         return RPC_PORT_ERROR_INVALID_PARAMETER;
-    const std::optional<std::string_view> text = parcel_of(h)->next_string();
-    *str = copy_text(text.value_or(""));
+    std::size_t length = 0;
+    const char* text = parcel_of(h)->next_string(length);
+    *str = copy_text({text != nullptr ? text : "", length});
     if (*str == nullptr) {
         parcel_of(h)->fail();
         return RPC_PORT_ERROR_OUT_OF_MEMORY;
     }
-    return text ? RPC_PORT_ERROR_NONE : RPC_PORT_ERROR_IO_ERROR;
+    return text != nullptr ? RPC_PORT_ERROR_NONE : RPC_PORT_ERROR_IO_ERROR;
 }
 
 int rpc_port_parcel_read_bundle(rpc_port_parcel_h h, bundle** b)

@@ -4,11 +4,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string_view>
 
 #include "chunk.hpp"
 #include "exports.hpp"
+#include "wire.hpp"
 
 namespace quorvel::platform {
 
@@ -36,7 +36,14 @@ public:
     std::string_view frame() noexcept;
 
     // Writing; throws std::bad_alloc. A received parcel cannot be written to: nullptr.
-    char* append(std::size_t size);
+    char* append(std::size_t size)
+    {
+        if (capacity_ - size_ < size)
+            grow(size_ + size);
+        char* at = payload_ + size_;
+        size_ += size;
+        return at;
+    }
     bool writable() const noexcept { return capacity_ != 0; }
     // A value that could not be written: what is there must not be sent as if it were whole.
     void note_write_error(int error) noexcept { write_error_ = error; }
@@ -47,8 +54,31 @@ public:
     void fail() noexcept { failed_ = true; }
     std::size_t left() const noexcept { return failed_ ? 0 : size_ - position_; }
     const char* at() const noexcept { return payload_ + position_; }
-    const char* skip(std::size_t size) noexcept;
-    std::optional<std::string_view> next_string() noexcept;
+    const char* skip(std::size_t size) noexcept
+    {
+        if (left() < size) {
+            failed_ = true;
+            return nullptr;
+        }
+        if (failed_)
+            return nullptr;
+        const char* at = payload_ + position_;
+        position_ += size;
+        return at;
+    }
+    // The next string, where it lies, and its length; nullptr where there is none.
+    const char* next_string(std::size_t& length) noexcept
+    {
+        const std::size_t size = wire_string_size(at(), left());
+        if (size == 0) {
+            failed_ = true;
+            return nullptr;
+        }
+        const char* text = at() + sizeof(std::int32_t);
+        position_ += sizeof(std::int32_t) + size;
+        length = size - 1;
+        return text;
+    }
 
 private:
     Parcel() noexcept { reset(); }

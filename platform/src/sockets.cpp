@@ -177,15 +177,16 @@ std::optional<Introduction> read_introduction(Parcel& parcel)
 {
     const char* head = parcel.skip(12);
     const char* token = parcel.skip(sizeof(Token));
-    const std::optional<std::string_view> sender = parcel.next_string();
-    if (!sender || sender->size() > kLongestSender || get<std::int32_t>(head) != kMagic
+    std::size_t length = 0;
+    const char* sender = parcel.next_string(length);
+    if (sender == nullptr || length > kLongestSender || get<std::int32_t>(head) != kMagic
         || get<std::int32_t>(head + 4) != kVersion)
         return std::nullopt;
     const std::int32_t port = get<std::int32_t>(head + 8);
     if (port != static_cast<std::int32_t>(PortKind::main)
         && port != static_cast<std::int32_t>(PortKind::callback))
         return std::nullopt;
-    Introduction introduction{static_cast<PortKind>(port), {}, std::string(*sender)};
+    Introduction introduction{static_cast<PortKind>(port), {}, std::string(sender, length)};
     std::memcpy(introduction.token.data(), token, introduction.token.size());
     return introduction;
 }
