@@ -1,9 +1,9 @@
 #include "proxy/records.hpp"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <functional>
-#include <string_view>
+#include <utility>
 
 #include "internal/log.hpp"
 
@@ -141,13 +141,18 @@ const char* or_empty(const char* text)
     return text != nullptr ? text : "";
 }
 
-/// Frees what is a block of its own; what lies in the record's block goes with the record.
+/// Whether something lies in the record's own block, and so goes with the record.
+bool is_within(const RecordType& type, void* record, const void* address)
+{
+    const auto begin = reinterpret_cast<std::uintptr_t>(record);
+    return reinterpret_cast<std::uintptr_t>(address) - begin
+           < fixed_size(type) + tail_of(type, record).text_size;
+}
+
+/// Frees what is a block of its own.
 void release_block(const RecordType& type, void* record, void* block)
 {
-    const auto* const begin = static_cast<const char*>(record);
-    const auto* const end = begin + fixed_size(type) + tail_of(type, record).text_size;
-    const auto* const address = static_cast<const char*>(block);
-    if (std::less<>{}(address, begin) || !std::less<>{}(address, end))
+    if (!is_within(type, record, block))
         std::free(block);
 }
 
@@ -155,9 +160,9 @@ void release_list(const RecordType& type, void* record, const Field& field)
 {
     char**& list = list_of(record, field);
     int& count = count_of(record, field);
-    for (int i = 0; list != nullptr && i < count; ++i)
-        release_block(type, record, list[i]);
-    release_block(type, record, list);
+    // Lists are replaced as a whole: one that lies in the record's block has its texts there too.
+    if (!is_within(type, record, list))
+        free_strings(list, count);
     list = nullptr;
     count = 0;
 }
@@ -281,7 +286,9 @@ bool read_field(rpc_port_parcel_h parcel, void* record, const Field& field, cons
 }
 
 /// Reads one record of an array into a single block: its texts are borrowed from the parcel until the size is
-/// known, then laid behind the record.
+/// known. Where they lie there one after the other, that piece of the parcel is copied behind the record as
+/// it is, and a text is found in the copy where it was found in the parcel; otherwise they are copied one by
+/// one.
 class Gathering {
 public:
     explicit Gathering(const RecordType& type, const CallSite& at) : type_{type}, at_{at} {}
@@ -320,7 +327,8 @@ private:
     void forget()
     {
         text_count_ = 0;
-        text_size_ = 0;
+        vector_size_ = 0;
+        is_one_piece_ = true;
         complete_ = true;
         for (FieldValue& value : values_)
             value = {};
@@ -353,7 +361,7 @@ private:
                     return out_of_memory(at_) == 0;
                 value.number = count;
                 if (count > 0)
-                    text_size_ += (static_cast<std::size_t>(count) + 1) * sizeof(char*);
+                    vector_size_ += (static_cast<std::size_t>(count) + 1) * sizeof(char*);
                 return borrow(parcel, static_cast<std::size_t>(count));
             }
         }
@@ -364,14 +372,49 @@ private:
     {
         if (!reserve(text_count_ + count))
             return complete_ = false;
-        for (std::string_view* text = texts_ + text_count_; count > 0; --count, ++text, ++text_count_) {
-            const char* begin = "";
+        constexpr std::uintptr_t most_between = 16;  // a length, and what little may stand before it
+        const char** text = texts_ + text_count_;
+        auto end = text_count_ != 0 ? reinterpret_cast<std::uintptr_t>(piece_end_) : 0;
+        bool is_one_piece = is_one_piece_;
+        text_count_ += count;
+        for (; count > 0; --count, ++text) {
             int length = 0;
-            qv_port_parcel_borrow_string(parcel, &begin, &length);
-            *text = {begin, static_cast<std::size_t>(length)};
-            text_size_ += text->size() + 1;
+            *text = "";
+            qv_port_parcel_borrow_string(parcel, text, &length);
+            const auto begin = reinterpret_cast<std::uintptr_t>(*text);
+            is_one_piece = is_one_piece && (begin - end <= most_between || end == 0);
+            end = begin + static_cast<unsigned>(length) + 1;
         }
+        piece_end_ = reinterpret_cast<const char*>(end);
+        is_one_piece_ = is_one_piece;
         return true;
+    }
+
+    /// How much room the texts take behind the record.
+    std::size_t text_size() const
+    {
+        if (is_one_piece_)
+            return text_count_ != 0 ? static_cast<std::size_t>(piece_end_ - *texts_) : 0;
+        std::size_t size = 0;
+        for (std::size_t i = 0; i < text_count_; ++i)
+            size += std::strlen(texts_[i]) + 1;
+        return size;
+    }
+
+    /// Copies the texts to where they stay, and looks at them there from now on.
+    void place_texts(char* to)
+    {
+        if (is_one_piece_ && text_count_ != 0) {
+            const char* const from = *texts_;
+            std::memcpy(to, from, static_cast<std::size_t>(piece_end_ - from));
+            for (std::size_t i = 0; i < text_count_; ++i)
+                texts_[i] = to + (texts_[i] - from);
+        } else {
+            for (std::size_t i = 0; i < text_count_; ++i) {
+                char* const end = stpcpy(to, texts_[i]) + 1;
+                texts_[i] = std::exchange(to, end);
+            }
+        }
     }
 
     bool reserve(std::size_t count)
@@ -379,10 +422,10 @@ private:
         if (count <= text_capacity_)
             return true;
         const std::size_t capacity = count * 2;
-        auto* const larger = static_cast<std::string_view*>(std::malloc(capacity * sizeof(std::string_view)));
+        auto** const larger = static_cast<const char**>(std::malloc(capacity * sizeof(char*)));
         if (larger == nullptr)
             return false;
-        std::memcpy(static_cast<void*>(larger), texts_, text_count_ * sizeof(std::string_view));
+        std::memcpy(larger, texts_, text_count_ * sizeof(char*));
         if (texts_ != inline_texts_)
             std::free(texts_);
         texts_ = larger;
@@ -392,30 +435,19 @@ private:
 
     void* lay_out()
     {
-        void* const record = allocate_record(type_, text_size_);
+        void* const record = allocate_record(type_, vector_size_ + text_size());
         if (record == nullptr)
             return nullptr;
         // The vectors first, so that they are aligned; then the texts, in wire order.
         auto* vector = reinterpret_cast<char**>(static_cast<char*>(record) + fixed_size(type_));
-        auto* text_end = reinterpret_cast<char*>(vector);
-        for (std::size_t i = 0; i < type_.fields.size(); ++i) {
-            if (type_.fields[i].kind == Kind::text_list && values_[i].is_read && values_[i].number > 0)
-                text_end += (static_cast<std::size_t>(values_[i].number) + 1) * sizeof(char*);
-        }
-        const std::string_view* text = texts_;
-        const auto lay_text = [&] {
-            char* const begin = text_end;
-            std::memcpy(begin, text->data(), text->size() + 1);
-            text_end += text->size() + 1;
-            ++text;
-            return begin;
-        };
+        place_texts(reinterpret_cast<char*>(vector) + vector_size_);
+        auto* text = const_cast<char**>(texts_);
 
         for (std::size_t i = 0; i < type_.fields.size() && values_[i].is_read; ++i) {
             const Field& field = type_.fields[i];
             switch (field.kind) {
                 case Kind::text:
-                    text_of(record, field) = lay_text();
+                    text_of(record, field) = *text++;
                     break;
                 case Kind::number:
                     at_offset<int>(record, field.offset) = values_[i].number;
@@ -428,8 +460,8 @@ private:
                         break;
                     list_of(record, field) = vector;
                     count_of(record, field) = values_[i].number;
-                    for (int element = 0; element < values_[i].number; ++element)
-                        *vector++ = lay_text();
+                    vector = std::copy_n(text, values_[i].number, vector);
+                    text += values_[i].number;
                     *vector++ = nullptr;
                     break;
             }
@@ -450,10 +482,12 @@ private:
     bool complete_ = true;
     FieldValue values_[max_fields] = {};
     std::size_t text_count_ = 0;
-    std::size_t text_size_ = 0;
+    std::size_t vector_size_ = 0;  ///< of the lists' vectors
+    const char* piece_end_ = nullptr;
+    bool is_one_piece_ = true;  ///< the texts lie one after the other, up to there
     std::size_t text_capacity_ = 128;
-    std::string_view inline_texts_[128];
-    std::string_view* texts_ = inline_texts_;
+    const char* inline_texts_[128];
+    const char** texts_ = inline_texts_;
 };
 
 void release_elements(const ArrayType& type, Array& array)
