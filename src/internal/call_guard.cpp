@@ -1,14 +1,28 @@
 #include "internal/call_guard.hpp"
 
+#include <atomic>
+
 #include "internal/locks.hpp"
 
 namespace quorvel {
 
 namespace {
 
-// All guarded by locks::calls.
-std::uint64_t current_generation = 0;
-std::uint64_t current_callers = 0;  // counted in since the last retirement
+// The calls that were counted in since the last retirement, and the number of retirements before, in one
+// word: so that a call counts itself in and out without a lock. A retirement is one exchange of the word, so
+// every call either counts among those that it waits for, or sees all that was done before it.
+using Word = std::uint64_t;
+constexpr int generation_shift = 24;
+constexpr Word one_caller = 1;
+constexpr Word all_callers = (Word{1} << generation_shift) - 1;
+std::atomic<Word> current = 0;
+
+constexpr std::uint64_t generation_of(Word word)
+{
+    return word >> generation_shift;
+}
+
+// Guarded by locks::calls.
 Retired* oldest = nullptr;
 Retired* newest = nullptr;
 
@@ -23,9 +37,11 @@ void Retired::retire() noexcept
     {
         const std::lock_guard lock{locks::calls};
         next_ = nullptr;
-        generation_ = current_generation++;
-        callers_ = current_callers;
-        current_callers = 0;
+        Word word = current.load(std::memory_order_relaxed);
+        while (!current.compare_exchange_weak(word, (generation_of(word) + 1) << generation_shift)) {
+        }
+        generation_ = generation_of(word);
+        callers_ = word & all_callers;
         (newest != nullptr ? newest->next_ : oldest) = this;
         newest = this;
         unused = take_unused();
@@ -62,24 +78,28 @@ void Retired::release_all(Retired* retired) noexcept
 
 CallGuard::CallGuard() noexcept
 {
-    if (depth++ > 0)
-        return;
-    const std::lock_guard lock{locks::calls};
-    generation_ = current_generation;
-    ++current_callers;
+    if (depth++ == 0)
+        generation_ = generation_of(current.fetch_add(one_caller));
 }
 
 CallGuard::~CallGuard()
 {
     if (--depth > 0)
         return;
+    Word word = current.load(std::memory_order_relaxed);
+    while (generation_of(word) == generation_) {
+        if (current.compare_exchange_weak(word, word - one_caller))
+            return;
+    }
+    leave_retired();
+}
+
+// Something was retired since the call began.
+void CallGuard::leave_retired() const noexcept
+{
     Retired* unused = nullptr;
     {
         const std::lock_guard lock{locks::calls};
-        if (generation_ == current_generation) {
-            --current_callers;
-            return;
-        }
         // A fork may have left calls of the parent's other threads behind; the one that forked still finds
         // its own.
         for (Retired* retired = oldest; retired != nullptr; retired = retired->next_) {

@@ -40,6 +40,8 @@ public:
     CallGuard& operator=(const CallGuard&) = delete;
 
 private:
+    void leave_retired() const noexcept;
+
     std::uint64_t generation_ = 0;
 };
 

@@ -188,7 +188,7 @@ void TurnQueue::join(Ticket& ticket, bool is_sent)
 {
     const std::lock_guard lock{mutex_};
     ticket.is_sent = is_sent;
-    ticket.is_head = head_ == nullptr;
+    ticket.is_head = ticket.joined_at_head = head_ == nullptr;
     (head_ != nullptr ? tail_->next : head_) = &ticket;
     tail_ = &ticket;
     outstanding_ += is_sent ? 1 : 0;
@@ -196,6 +196,8 @@ void TurnQueue::join(Ticket& ticket, bool is_sent)
 
 void TurnQueue::wait_for_turn(Ticket& ticket)
 {
+    if (ticket.joined_at_head)
+        return;
     std::unique_lock lock{mutex_};
     ticket.came_to_head.wait(lock, [&ticket] { return ticket.is_head; });
 }

@@ -29,6 +29,7 @@ public:
         Ticket* next = nullptr;
         bool is_sent = false;
         bool is_head = false;
+        bool joined_at_head = false;  ///< the owner's alone: there is nothing to wait for
         std::condition_variable came_to_head;
     };
 
