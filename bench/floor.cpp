@@ -2,9 +2,8 @@
 // socket.
 #include <glib-unix.h>
 #include <glib.h>
-#include <sys/wait.h>
 
-#include <csignal>
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <mutex>
@@ -92,24 +91,6 @@ void serve_one(int connected)
             if (!write_all(connected, answer.data(), answer.size()))
                 return;
         }
-    }
-}
-
-int serve(const std::string& address)
-{
-    signal(SIGCHLD, SIG_IGN);
-    const int listener = bench::listen_at(address);
-    bench::say_ready();
-    for (;;) {
-        const int connected = accept(listener, nullptr, nullptr);
-        if (connected < 0)
-            return 1;
-        if (fork() == 0) {
-            close(listener);
-            serve_one(connected);
-            _exit(0);
-        }
-        close(connected);
     }
 }
 
@@ -211,6 +192,7 @@ private:
 
 int main(int argc, char** argv)
 {
-    return bench::run(argc, argv, serve,
-                      [](const std::string& address) { return std::make_unique<Floor>(address); });
+    return bench::run(
+        argc, argv, [](const std::string& address) { return bench::serve_each(address, serve_one); },
+        [](const std::string& address) { return std::make_unique<Floor>(address); });
 }

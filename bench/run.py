@@ -31,7 +31,7 @@ SYSTEMS = {
     OURS: ("bench_quorvel", "bench_quorvel_agent"),
     PLAIN: ("bench_quorvel_plain", "bench_quorvel_agent"),
     "sd-bus": ("bench_sd_bus", "bench_sd_bus"),
-    "sdbus-c++": ("bench_sdbus_cpp", "bench_sdbus_cpp"),
+    "sdbus-c++": ("bench_sdbus_cpp", "bench_sd_bus"),
     "libdbus": ("bench_libdbus", "bench_libdbus"),
     "GDBus": ("bench_gdbus", "bench_gdbus"),
     "Cap'n Proto": ("bench_capnp", "bench_capnp"),
@@ -98,6 +98,8 @@ class Bench:
 class Server:
     def __init__(self, bench: Bench, system: str, cpu: int | None) -> None:
         self.address = bench.address(system)
+        if os.path.exists(self.address) and not os.path.isdir(self.address):
+            os.unlink(self.address)
         self.process = bench.start([bench.program(SYSTEMS[system][1]), "serve", self.address], cpu)
         if line(self.process) != "ready":
             raise Failed(f"{system} does not serve")
@@ -319,6 +321,8 @@ def system_calls(bench: Bench, system: str, workload: str, count: int) -> int:
     return int(total.group(1))
 
 
+GROWTH = 1.05
+ROUNDING = 0.01
 COUNTED = {"W1": (200, 1200), "W3": (2, 6), "W4": (2000, 22_000)}
 
 
@@ -352,6 +356,25 @@ def count_all(bench: Bench, systems: list[str], workloads: list[str]) -> dict[st
             shown = ", ".join(f"{value:,.2f} {what}" for what, value in counts[workload][system].items())
             progress(f"{workload} {system}: {shown}")
     return counts
+
+
+def check_counts(bench: Bench, committed: pathlib.Path) -> bool:
+    """Whether nothing that is counted has grown by more than 5 % over what is committed."""
+    expected = json.loads(committed.read_text())
+    good = True
+    for workload, limits in expected.items():
+        lowest: dict[str, float] = {}
+        # How much is there at a wake-up differs from run to run; what the code itself takes is the least that was seen.
+        for _ in range(3):
+            counted = count_all(bench, [OURS], [workload])[workload][OURS]
+            lowest = {what: min(value, lowest.get(what, value)) for what, value in counted.items()}
+            grown = {what for what, limit in limits.items() if lowest[what] > limit * GROWTH + ROUNDING}
+            if not grown:
+                break
+        for what in sorted(grown):
+            good = False
+            print(f"{workload}: {lowest[what]:,.2f} {what} an operation; committed are {limits[what]:,.2f}")
+    return good
 
 
 def progress(text: str) -> None:
@@ -397,6 +420,7 @@ def main() -> int:
     parser.add_argument("--priority", action="store_true", help="run at real-time priority, on a busy machine")
     parser.add_argument("--repetitions", type=int, help="of every workload")
     parser.add_argument("--systems", help="only these, comma-separated; the floor always")
+    parser.add_argument("--check", type=pathlib.Path, help="only compare our counts with those in that file")
     parser.add_argument("--no-counts", action="store_true")
     parser.add_argument("--no-modes", action="store_true", help="only the counts")
     parser.add_argument("--no-growth", action="store_true")
@@ -409,6 +433,8 @@ def main() -> int:
     repetitions = options.repetitions or (5 if options.quick else 11)
     figures: dict[str, Any] = {}
     try:
+        if options.check:
+            return 0 if check_counts(bench, options.check) else 1
         if not options.no_modes:
             modes = {"one-cpu": (0, 0)}
             if os.cpu_count() != 1:

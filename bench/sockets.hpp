@@ -4,6 +4,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <string>
 
 #include "program.hpp"
@@ -37,6 +38,25 @@ inline int connect_to(const std::string& path)
     if (connected < 0 || connect(connected, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
         give_up("cannot connect to " + path);
     return connected;
+}
+
+/// A server that has a process for each connection.
+inline int serve_each(const std::string& path, void (*serve_one)(int connected))
+{
+    signal(SIGCHLD, SIG_IGN);
+    const int listener = listen_at(path);
+    say_ready();
+    for (;;) {
+        const int connected = accept(listener, nullptr, nullptr);
+        if (connected < 0)
+            return 1;
+        if (fork() == 0) {
+            close(listener);
+            serve_one(connected);
+            _exit(0);
+        }
+        close(connected);
+    }
 }
 
 }  // namespace bench
