@@ -111,19 +111,19 @@ TEST_F(Session, IsRejectedAtTheSocketOfAnotherUser)
         if (write(ready[1], &byte, 1) != 1)
             _exit(1);
         char received = 0;
-        const int peer = accept(listener, nullptr, nullptr);
+        const int peer = TEMP_FAILURE_RETRY(accept(listener, nullptr, nullptr));
         // Nothing may be said to a stranger.
-        _exit(recv(peer, &received, 1, 0) > 0 ? 2 : 0);
+        _exit(TEMP_FAILURE_RETRY(recv(peer, &received, 1, 0)) > 0 ? 2 : 0);
     }
     char byte = 0;
-    ASSERT_EQ(read(ready[0], &byte, 1), 1);
+    ASSERT_EQ(TEMP_FAILURE_RETRY(read(ready[0], &byte, 1)), 1);
     Connection connection;
     ASSERT_EQ(connection.connect(), 0);
     EXPECT_TRUE(pump_until([&] { return connection.rejected == 1; }));
     EXPECT_EQ(connection.connected, 0);
     EXPECT_EQ(connection.last_result, QUORVEL_CLIENT_ERROR_PERMISSION_DENIED);
     int status = 0;
-    waitpid(stranger, &status, 0);
+    TEMP_FAILURE_RETRY(waitpid(stranger, &status, 0));
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "a byte was sent to the stranger";
 }
 

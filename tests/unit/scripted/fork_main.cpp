@@ -65,7 +65,8 @@ Outcome run_in_child(const std::string& filter, unsigned seconds, bool list_only
         std::exit(RUN_ALL_TESTS());
     }
     Outcome outcome;
-    if (child < 0 || waitpid(child, &outcome.status, 0) != child) {
+    // The tests are also run with a signal every millisecond.
+    if (child < 0 || TEMP_FAILURE_RETRY(waitpid(child, &outcome.status, 0)) != child) {
         std::perror("a child for a test");
         std::exit(EXIT_FAILURE);
     }
