@@ -91,9 +91,11 @@ int serve(home::Home& home, home::Clock& clock, const Options& options)
 {
     agent::Loop loop{clock};
     agent::HomeService service{home, [&loop](std::function<void()> action) { loop.post(std::move(action)); }};
-    agent::Faults faults{clock};
-    agent::Gate gate{home, faults};
     stub::Server server{service};
+    agent::Faults faults{{home,
+                          [&server] { server.for_each_client([](stub::Client& each) { each.drop(); }); },
+                          [&loop] { loop.post([&loop] { loop.restart(); }); }}};
+    agent::Gate gate{home, faults};
     server.intercept(&gate);
     if (const int result = server.listen(); result != 0) {
         fmt::print(stderr,
@@ -112,6 +114,7 @@ int serve(home::Home& home, home::Clock& clock, const Options& options)
     service.admits = [&faults](stub::Client& client) { return faults.admits(client); };
     loop.run();
     server.intercept(nullptr);
+    faults.clear();
     if (home.commit() != home::Status::ok)
         return failed;
     return loop.restarts() ? again : well;

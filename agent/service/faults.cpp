@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "home/document.hpp"
+#include "service/places.hpp"
 
 namespace quorvel::agent {
 
@@ -18,37 +19,199 @@ using home::Json;
 
 namespace {
 
-struct Kind {
+using stub::CallbackPlan;
+using stub::Damage;
+using stub::Plan;
+
+// Makes the world worse, and answers what makes it well again.
+using Undo = std::function<void()>;
+
+Undo lose_device(const Faults::World& world, const Faults::Fault& fault)
+{
+    home::Home& home = world.home;
+    const home::Device* device = home.devices().find(fault.device);
+    if (device == nullptr)
+        throw home::DocumentError(fmt::format("no device '{}'", fault.device));
+    const home::Link before = device->link;
+    home::Link link = before;
+    link.online = false;
+    home.set_link(fault.device, link);
+    return [&home, id = fault.device, before] { home.set_link(id, before); };
+}
+
+Undo lose_cloud(const Faults::World& world, const Faults::Fault&)
+{
+    const bool before = world.home.account().cloud;
+    world.home.set_cloud(false);
+    return [&home = world.home, before] { home.set_cloud(before); };
+}
+
+Undo sign_out(const Faults::World& world, const Faults::Fault&)
+{
+    const bool before = world.home.account().signed_in;
+    world.home.sign_in(false);
+    return [&home = world.home, before] { home.sign_in(before); };
+}
+
+Undo gather_anew(const Faults::World& world, const Faults::Fault& fault)
+{
+    world.home.set_caching(fault.number);
+    return [&home = world.home] { home.set_caching(0); };
+}
+
+// Older than any that a client talks to.
+Undo grow_old(const Faults::World& world, const Faults::Fault&)
+{
+    const std::string before = world.home.account().version;
+    const auto become = [&home = world.home](const std::string& version) {
+        home.set_version(version);
+        set_package_version(version);
+    };
+    become("0.9.0");
+    return [become, before] { become(before); };
+}
+
+// The process stays, so that it can be called back; for clients there is no agent.
+Undo go_away(const Faults::World& world, const Faults::Fault&)
+{
+    hide_package(true);
+    world.drop_clients();
+    return [] { hide_package(false); };
+}
+
+Undo begin_anew(const Faults::World& world, const Faults::Fault&)
+{
+    world.restart();
+    return [] {};
+}
+
+}  // namespace
+
+// A row a fault. What it does is one of the last three: to a request's answer, to a callback, to the world.
+struct Faults::Kind {
+    enum class When { connecting, request, answer, callback, world };
+
     const char* name;
     const char* parameter;  // or none
     std::int64_t fallback;
     const char* text;
+    When when;
+    void (*request)(Plan& plan, int number, home::Clock& clock) = nullptr;
+    void (*callback)(CallbackPlan& plan, int number) = nullptr;
+    Undo (*world)(const World& world, const Fault& fault) = nullptr;
 };
 
-constexpr Kind kinds[] = {
-    {"reject", nullptr, 0, "a client that connects is dropped at its first request"},
-    {"refuse", nullptr, 0, "the client is dropped instead of being answered"},
-    {"drop", nullptr, 0, "the request is served and never answered"},
-    {"no-answer", nullptr, 0, "the request is served and never answered"},
-    {"delay", "ms", 1000, "the answer comes later"},
-    {"twice", nullptr, 0, "the answer comes twice"},
-    {"truncate", "keep", 1, "the answer ends after a number of values"},
-    {"corrupt", "value", 0, "one value of the answer is another one"},
-    {"unknown-command", "command", 7, "the answer opens with a number that means nothing"},
-    {"misplaced", nullptr, 0, "the answer comes on the callback port"},
-    {"result", "code", -1073741825, "the method answers a code and nothing is done"},
-    {"result-after", "code", -1073741825, "the method does its work and answers a code all the same"},
-    {"die", nullptr, 0, "the agent ends before it answers"},
-    {"stall", "ms", 1000, "the agent stops for a while"},
-    {"fire-never", nullptr, 0, "a callback is not sent"},
-    {"fire-twice", nullptr, 0, "a callback is sent twice"},
-    {"fire-storm", "copies", 100, "a callback is sent many times"},
-    {"fire-unknown", "id", 39, "a callback is of a kind that there is not"},
-    {"fire-stranger", "seq", 1'000'000, "a callback has a number that nobody holds"},
-    {"fire-lying", nullptr, 0, "a callback says once when it is not, and the reverse"},
-    {"fire-truncate", "keep", 3, "a callback ends after a number of values"},
-    {"fire-corrupt", "value", 0, "one value of a callback is another one"},
-    {"fire-misplaced", nullptr, 0, "a callback comes on the main port"},
+namespace {
+
+using Kind = Faults::Kind;
+using When = Kind::When;
+
+constexpr Kind on_connecting(const char* name, const char* text)
+{
+    return {name, nullptr, 0, text, When::connecting};
+}
+
+constexpr Kind on_request(const char* name, const char* parameter, std::int64_t fallback, const char* text,
+                          void (*does)(Plan&, int, home::Clock&))
+{
+    return {name, parameter, fallback, text, When::request, does};
+}
+
+constexpr Kind on_callback(const char* name, const char* parameter, std::int64_t fallback, const char* text,
+                           void (*does)(CallbackPlan&, int))
+{
+    return {name, parameter, fallback, text, When::callback, nullptr, does};
+}
+
+constexpr Kind on_world(const char* name, const char* parameter, std::int64_t fallback, const char* text,
+                        Undo (*does)(const Faults::World&, const Faults::Fault&))
+{
+    return {name, parameter, fallback, text, When::world, nullptr, nullptr, does};
+}
+
+void answer_nothing(Plan& plan, int, home::Clock&)
+{
+    plan.copies = 0;
+}
+
+// The answer waits for as long as this holds on to it.
+void delay(Plan& plan, int number, home::Clock& clock)
+{
+    auto held = std::make_shared<stub::Later>(plan.hold());
+    clock.after(number, [held] { held->release(); });
+}
+
+const Kind kinds[] = {
+    on_connecting("reject", "a client that connects is turned away"),
+    on_request("refuse", nullptr, 0, "the client is dropped instead of being answered",
+               [](Plan& plan, int, home::Clock&) { plan.drop_client = true; }),
+    on_request("reset", "keep", 6, "the connection ends after so many bytes of the answer",
+               [](Plan& plan, int number, home::Clock&) { plan.damage.break_after = number; }),
+    on_request("drop", nullptr, 0, "the request is served and never answered", answer_nothing),
+    on_request("no-answer", nullptr, 0, "the request is served and never answered", answer_nothing),
+    on_request("delay", "ms", 1000, "the answer comes later", delay),
+    on_request("slice", "bytes", 1, "the answer comes in pieces of so many bytes",
+               [](Plan& plan, int number, home::Clock&) { plan.damage.slice = number; }),
+    on_request("twice", nullptr, 0, "the answer comes twice",
+               [](Plan& plan, int, home::Clock&) { plan.copies = 2; }),
+    on_request("truncate", "keep", 1, "the answer ends after a number of values",
+               [](Plan& plan, int number, home::Clock&) { plan.damage.keep = number; }),
+    on_request("corrupt", "value", 0, "one value of the answer is another one",
+               [](Plan& plan, int number, home::Clock&) { plan.damage.corrupt = number; }),
+    on_request("unknown-command", "command", 7, "the answer opens with a number that means nothing",
+               [](Plan& plan, int number, home::Clock&) { plan.command = number; }),
+    on_request("misplaced", nullptr, 0, "the answer comes on the callback port",
+               [](Plan& plan, int, home::Clock&) { plan.on_callback_port = true; }),
+    on_request("result", "code", -1073741825, "the method answers a code and nothing is done",
+               [](Plan& plan, int number, home::Clock&) {
+                   plan.serve = false;
+                   plan.result = number;
+               }),
+    {"result-after", "code", -1073741825, "the method does its work and answers a code all the same",
+     When::answer},
+    on_request("empty-text", nullptr, 0, "every text of the answer is empty",
+               [](Plan& plan, int, home::Clock&) { plan.damage.texts = Damage::Texts::empty; }),
+    on_request("missing-text", nullptr, 0, "the texts of the answer are not there",
+               [](Plan& plan, int, home::Clock&) { plan.damage.texts = Damage::Texts::missing; }),
+    on_request("broken-json", nullptr, 0, "every JSON text of the answer breaks off in its middle",
+               [](Plan& plan, int, home::Clock&) { plan.damage.texts = Damage::Texts::broken_json; }),
+    on_request("missing-key", nullptr, 0, "the bundles of the answer lack their keys",
+               [](Plan& plan, int, home::Clock&) { plan.damage.no_keys = true; }),
+    on_request("many", "records", 100'000, "a list that is not empty has so many elements",
+               [](Plan& plan, int number, home::Clock&) { plan.damage.elements = number; }),
+    on_request("die", nullptr, 0, "the agent ends before it answers",
+               [](Plan&, int, home::Clock&) { kill(getpid(), SIGKILL); }),
+    on_request("stall", "ms", 1000, "the agent stops for a while",
+               [](Plan&, int number, home::Clock&) {
+                   std::this_thread::sleep_for(std::chrono::milliseconds{number});
+               }),
+    on_callback("fire-never", nullptr, 0, "a callback is not sent",
+                [](CallbackPlan& plan, int) { plan.copies = 0; }),
+    on_callback("fire-twice", nullptr, 0, "a callback is sent twice",
+                [](CallbackPlan& plan, int) { plan.copies = 2; }),
+    on_callback("fire-storm", "copies", 100, "a callback is sent many times",
+                [](CallbackPlan& plan, int number) { plan.copies = number; }),
+    on_callback("fire-slice", "bytes", 1, "a callback comes in pieces of so many bytes",
+                [](CallbackPlan& plan, int number) { plan.damage.slice = number; }),
+    on_callback("fire-unknown", "id", 39, "a callback is of a kind that there is not",
+                [](CallbackPlan& plan, int number) { plan.id = number; }),
+    on_callback("fire-stranger", "seq", 1'000'000, "a callback has a number that nobody holds",
+                [](CallbackPlan& plan, int number) { plan.seq_id = number; }),
+    on_callback("fire-lying", nullptr, 0, "a callback says once when it is not, and the reverse",
+                [](CallbackPlan& plan, int) { plan.once = !plan.once; }),
+    on_callback("fire-truncate", "keep", 3, "a callback ends after a number of values",
+                [](CallbackPlan& plan, int number) { plan.damage.keep = number; }),
+    on_callback("fire-corrupt", "value", 0, "one value of a callback is another one",
+                [](CallbackPlan& plan, int number) { plan.damage.corrupt = number; }),
+    on_callback("fire-misplaced", nullptr, 0, "a callback comes on the main port",
+                [](CallbackPlan& plan, int) { plan.on_main_port = true; }),
+    on_world("offline", nullptr, 0, "the device that is named cannot be reached", lose_device),
+    on_world("cloud-down", nullptr, 0, "the cloud cannot be reached", lose_cloud),
+    on_world("signed-out", nullptr, 0, "nobody is signed in", sign_out),
+    on_world("caching", "ms", 600'000, "the agent gathers its devices anew, for so long", gather_anew),
+    on_world("older-agent", nullptr, 0, "the agent is too old for any client", grow_old),
+    on_world("no-agent", nullptr, 0, "the agent is not installed, and turns clients away", go_away),
+    on_world("restart", nullptr, 0, "the agent begins anew", begin_anew),
 };
 
 const Kind* kind_of(std::string_view name)
@@ -66,7 +229,7 @@ std::optional<std::string> Faults::add(const Json& description, int& id)
     try {
         const home::Node node = home::Node::from(description, "fault");
         fault.name = node.at("name").text();
-        const Kind* kind = kind_of(fault.name);
+        const Kind* kind = fault.kind = kind_of(fault.name);
         if (kind == nullptr) {
             std::vector<std::string_view> known;
             for (const auto& each : kinds)
@@ -84,6 +247,8 @@ std::optional<std::string> Faults::add(const Json& description, int& id)
         fault.number = kind->fallback;
         if (kind->parameter != nullptr)
             fault.number = node.integer(kind->parameter, INT32_MIN, INT32_MAX, kind->fallback);
+        if (kind->world != nullptr)
+            fault.undo = kind->world(world_, fault);
     } catch (const home::DocumentError& error) {
         return error.what();
     }
@@ -94,12 +259,21 @@ std::optional<std::string> Faults::add(const Json& description, int& id)
 
 bool Faults::remove(int id)
 {
-    return std::erase_if(faults_, [&](const Fault& each) { return each.id == id; }) > 0;
+    const auto found =
+        std::find_if(faults_.begin(), faults_.end(), [&](const Fault& each) { return each.id == id; });
+    if (found == faults_.end())
+        return false;
+    if (found->undo)
+        found->undo();
+    faults_.erase(found);
+    return true;
 }
 
+// The last one first: each goes back to what it found.
 void Faults::clear()
 {
-    faults_.clear();
+    while (!faults_.empty())
+        remove(faults_.back().id);
 }
 
 Json Faults::list() const
@@ -111,7 +285,7 @@ Json Faults::list() const
                   {"probability", fault.probability},
                   {"count", fault.left},
                   {"struck", fault.times}};
-        const Kind& kind = *kind_of(fault.name);
+        const Kind& kind = *fault.kind;
         if (kind.parameter != nullptr)
             item[kind.parameter] = fault.number;
         for (const auto& [key, value] : {std::pair{"client", &fault.client},
@@ -139,11 +313,11 @@ Json Faults::names()
     return all;
 }
 
-bool Faults::strikes(Fault& fault, const stub::Request& at, bool callback)
+bool Faults::strikes(Fault& fault, const stub::Request& at)
 {
-    if (callback != fault.name.starts_with("fire-") || fault.left == 0)
+    if (fault.left == 0)
         return false;
-    const std::string& named = callback ? fault.delegate : fault.method;
+    const std::string& named = fault.kind->when == When::callback ? fault.delegate : fault.method;
     if (!named.empty() && named != at.name && named != std::to_string(at.id))
         return false;
     if (!fault.client.empty() && fault.client != at.client.sender() && fault.client != at.client.instance())
@@ -161,78 +335,31 @@ bool Faults::strikes(Fault& fault, const stub::Request& at, bool callback)
 bool Faults::admits(stub::Client& client)
 {
     for (auto& fault : faults_)
-        if (fault.name == "reject" && strikes(fault, {client, 0, "", {}}, false))
+        if (fault.kind->world == go_away
+            || (fault.kind->when == When::connecting && strikes(fault, {client, 0, "", {}})))
             return false;
     return true;
 }
 
 void Faults::request(const stub::Request& request, stub::Plan& plan)
 {
-    for (auto& fault : faults_) {
-        if (fault.name == "result-after" || fault.name == "reject" || !strikes(fault, request, false))
-            continue;
-        const int number = static_cast<int>(fault.number);
-        if (fault.name == "refuse") {
-            plan.drop_client = true;
-        } else if (fault.name == "drop" || fault.name == "no-answer") {
-            plan.copies = 0;
-        } else if (fault.name == "delay") {
-            // The answer waits for as long as this holds on to it.
-            auto held = std::make_shared<stub::Later>(plan.hold());
-            clock_.after(fault.number, [held] { held->release(); });
-        } else if (fault.name == "twice") {
-            plan.copies = 2;
-        } else if (fault.name == "truncate") {
-            plan.damage.keep = number;
-        } else if (fault.name == "corrupt") {
-            plan.damage.corrupt = number;
-        } else if (fault.name == "unknown-command") {
-            plan.command = number;
-        } else if (fault.name == "misplaced") {
-            plan.on_callback_port = true;
-        } else if (fault.name == "result") {
-            plan.serve = false;
-            plan.result = number;
-        } else if (fault.name == "die") {
-            kill(getpid(), SIGKILL);
-        } else if (fault.name == "stall") {
-            std::this_thread::sleep_for(std::chrono::milliseconds{fault.number});
-        }
-    }
+    for (auto& fault : faults_)
+        if (fault.kind->when == When::request && strikes(fault, request))
+            fault.kind->request(plan, static_cast<int>(fault.number), world_.home.clock());
 }
 
 void Faults::answer(const stub::Request& request, int& result)
 {
     for (auto& fault : faults_)
-        if (fault.name == "result-after" && strikes(fault, request, false))
+        if (fault.kind->when == When::answer && strikes(fault, request))
             result = static_cast<int>(fault.number);
 }
 
 void Faults::callback(const stub::Request& callback, stub::CallbackPlan& plan)
 {
-    for (auto& fault : faults_) {
-        if (!strikes(fault, callback, true))
-            continue;
-        const int number = static_cast<int>(fault.number);
-        if (fault.name == "fire-never")
-            plan.copies = 0;
-        else if (fault.name == "fire-twice")
-            plan.copies = 2;
-        else if (fault.name == "fire-storm")
-            plan.copies = number;
-        else if (fault.name == "fire-unknown")
-            plan.id = number;
-        else if (fault.name == "fire-stranger")
-            plan.seq_id = number;
-        else if (fault.name == "fire-lying")
-            plan.once = !plan.once;
-        else if (fault.name == "fire-truncate")
-            plan.damage.keep = number;
-        else if (fault.name == "fire-corrupt")
-            plan.damage.corrupt = number;
-        else if (fault.name == "fire-misplaced")
-            plan.on_main_port = true;
-    }
+    for (auto& fault : faults_)
+        if (fault.kind->when == When::callback && strikes(fault, callback))
+            fault.kind->callback(plan, static_cast<int>(fault.number));
 }
 
 }  // namespace quorvel::agent

@@ -20,34 +20,16 @@
 // A fault says what goes wrong, how often, and for whom: it has a probability, a count, and filters by
 // client, method, delegate and device. While none is set a request costs one look at an empty list.
 //
-//   name             what happens                                               parameters
-//   reject           a client that connects is dropped at its first request
-//   refuse           the client is dropped instead of being answered
-//   drop             the request is served and never answered                   (also: no-answer)
-//   delay            the answer comes later                                     ms (1000)
-//   twice            the answer comes twice
-//   truncate         the answer ends after a number of values                   keep (1)
-//   corrupt          one value of the answer is another one                     value (0)
-//   unknown-command  the answer opens with a number that means nothing          command (7)
-//   misplaced        the answer comes on the callback port
-//   result           the method answers a code; nothing is done                 code (-1073741825)
-//   result-after     the method does its work and answers a code all the same   code
-//   die              the agent ends before it answers
-//   stall            the agent stops for a while                                ms (1000)
-//   fire-never       a callback is not sent
-//   fire-twice       a callback is sent twice
-//   fire-storm       a callback is sent many times                              copies (100)
-//   fire-unknown     a callback is of a kind that there is not                  id (39)
-//   fire-stranger    a callback has a number that nobody holds                  seq (1000000)
-//   fire-lying       a callback says once when it is not, and the reverse
-//   fire-truncate    a callback ends after a number of values                   keep (3)
-//   fire-corrupt     one value of a callback is another one                     value (0)
-//   fire-misplaced   a callback comes on the main port
+// `Faults::names` lists them, with their parameters. Those of the world act when they are set and are undone
+// when they are removed.
 namespace quorvel::agent {
 
 class Faults {
 public:
+    struct Kind;
+
     struct Fault {
+        const Kind* kind = nullptr;
         int id = 0;
         std::string name;
         double probability = 1;
@@ -58,9 +40,16 @@ public:
         std::string delegate;
         std::string device;        // a text among the parameters
         std::int64_t number = -1;  // the fault's parameter
+        std::function<void()> undo;
     };
 
-    explicit Faults(home::Clock& clock) : clock_(clock) {}
+    struct World {
+        home::Home& home;
+        std::function<void()> drop_clients;
+        std::function<void()> restart;
+    };
+
+    explicit Faults(World world) : world_(std::move(world)) {}
 
     // What is wrong with the description, or nothing. `id` is what it is called from now on.
     std::optional<std::string> add(const home::Json& description, int& id);
@@ -75,9 +64,9 @@ public:
     void callback(const stub::Request& callback, stub::CallbackPlan& plan);
 
 private:
-    bool strikes(Fault& fault, const stub::Request& at, bool callback);
+    bool strikes(Fault& fault, const stub::Request& at);
 
-    home::Clock& clock_;
+    World world_;
     std::list<Fault> faults_;
     int last_id_ = 0;
     std::mt19937 random_{0x464c54};

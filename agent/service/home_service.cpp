@@ -107,7 +107,7 @@ std::optional<Status> HomeService::refusal(const Home& home, int method)
 void HomeService::on_client_connected(Client& client)
 {
     if (admits && !admits(client))
-        client.drop();
+        client.reject();
 }
 
 void HomeService::on_client_disconnected(Client& client)

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -60,6 +61,13 @@ bool set_package_version(const std::string& version)
     write << text.str();
     write.close();
     return static_cast<bool>(write);
+}
+
+void hide_package(bool hidden)
+{
+    const std::string seen = package_directory() + "/" + agent_app_id + ".package";
+    const std::string away = seen + ".hidden";
+    std::rename((hidden ? seen : away).c_str(), (hidden ? away : seen).c_str());
 }
 
 std::string models_directory()

@@ -12,6 +12,8 @@ std::string package_directory();
 std::string models_directory();
 // Rewrites the version in the user's package file; false when there is none.
 bool set_package_version(const std::string& version);
+// Puts the user's package file out of sight of clients, or back.
+void hide_package(bool hidden);
 // The control socket lies beside the port's.
 std::string control_path();
 

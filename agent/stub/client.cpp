@@ -2,8 +2,15 @@
 
 #include <algorithm>
 
+#include "qv-port-tampering.h"
 #include "stub/log.hpp"
 #include "stub/server.hpp"
+
+// Only the host platform's objects have them.
+#pragma weak qv_port_disconnect
+#pragma weak qv_port_reject
+#pragma weak qv_port_send_in_slices
+#pragma weak qv_port_send_and_break
 
 namespace quorvel::stub {
 
@@ -22,6 +29,20 @@ Client::Client(BasicServer& server, std::string sender, std::string instance)
 Client::~Client()
 {
     end();
+}
+
+void Client::drop() noexcept
+{
+    alive_ = false;
+    if (qv_port_disconnect != nullptr)
+        qv_port_disconnect(port_of(RPC_PORT_PORT_MAIN));
+}
+
+void Client::reject() noexcept
+{
+    alive_ = false;
+    if (qv_port_reject != nullptr)
+        qv_port_reject(port_of(RPC_PORT_PORT_MAIN));
 }
 
 void Client::end() noexcept
@@ -75,7 +96,7 @@ void Client::release(std::uint64_t ticket) noexcept
 void Client::answer(std::uint64_t ticket, rpc_port_parcel_h parcel, const AnswerPlan& plan)
 {
     if (ticket == 0 && waiting_.empty()) {
-        send(parcel, plan.copies, plan.on_callback_port);
+        send(parcel, plan.copies, plan.on_callback_port, plan.damage);
         rpc_port_parcel_destroy(parcel);
         return;
     }
@@ -95,12 +116,25 @@ void Client::send_waiting() noexcept
     while (!waiting_.empty() && waiting_.front().is_filled && !waiting_.front().is_held) {
         const Waiting next = waiting_.front();
         waiting_.pop_front();
-        send(next.parcel, next.plan.copies, next.plan.on_callback_port);
+        send(next.parcel, next.plan.copies, next.plan.on_callback_port, next.plan.damage);
         rpc_port_parcel_destroy(next.parcel);
     }
 }
 
-bool Client::send(rpc_port_parcel_h parcel, int copies, bool on_callback_port) noexcept
+namespace {
+
+int send_damaged(rpc_port_parcel_h parcel, rpc_port_h port, const Damage& damage) noexcept
+{
+    if (damage.break_after != Damage::none && qv_port_send_and_break != nullptr)
+        return qv_port_send_and_break(parcel, port, damage.break_after);
+    if (damage.slice > 0 && qv_port_send_in_slices != nullptr)
+        return qv_port_send_in_slices(parcel, port, damage.slice);
+    return rpc_port_parcel_send(parcel, port);
+}
+
+}  // namespace
+
+bool Client::send(rpc_port_parcel_h parcel, int copies, bool on_callback_port, const Damage& damage) noexcept
 {
     if (!alive_)
         return false;
@@ -108,7 +142,7 @@ bool Client::send(rpc_port_parcel_h parcel, int copies, bool on_callback_port) n
     if (port == nullptr)
         return false;
     for (int i = 0; i < copies; ++i) {
-        const int result = rpc_port_parcel_send(parcel, port);
+        const int result = send_damaged(parcel, port, damage);
         if (result != RPC_PORT_ERROR_NONE) {
             STUB_LOG_ERROR("a parcel to %s cannot be sent: %d", instance_.c_str(), result);
             return false;
@@ -117,13 +151,20 @@ bool Client::send(rpc_port_parcel_h parcel, int copies, bool on_callback_port) n
     return true;
 }
 
+rpc_port_h Client::port_of(rpc_port_port_type_e type) const noexcept
+{
+    rpc_port_h port = nullptr;
+    if (server_ != nullptr)
+        rpc_port_stub_get_port(server_->stub_, type, instance_.c_str(), &port);
+    return port;
+}
+
 rpc_port_h Client::callback_port() noexcept
 {
-    if (callback_port_ == nullptr && server_ != nullptr
-        && rpc_port_stub_get_port(server_->stub_, RPC_PORT_PORT_CALLBACK, instance_.c_str(), &callback_port_)
-               != RPC_PORT_ERROR_NONE) {
-        callback_port_ = nullptr;
-        STUB_LOG_ERROR("%s has no callback port", instance_.c_str());
+    if (callback_port_ == nullptr && server_ != nullptr) {
+        callback_port_ = port_of(RPC_PORT_PORT_CALLBACK);
+        if (callback_port_ == nullptr)
+            STUB_LOG_ERROR("%s has no callback port", instance_.c_str());
     }
     return callback_port_;
 }
@@ -201,6 +242,7 @@ Callback::Callback(Opened opened)
       parcel_{opened.parcel},
       copies_{opened.plan.copies},
       on_main_port_{opened.plan.on_main_port},
+      damage_{opened.plan.damage},
       out_{opened.parcel, opened.plan.damage}
 {
     if (parcel_ == nullptr)
@@ -223,7 +265,7 @@ bool Callback::send() noexcept
         STUB_LOG_ERROR("a callback to %s cannot be written", client_->instance().c_str());
         return false;
     }
-    return client_->send(parcel_, copies_, !on_main_port_);
+    return client_->send(parcel_, copies_, !on_main_port_, damage_);
 }
 
 bool Callback::is_watched(const Client* client) noexcept

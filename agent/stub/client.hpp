@@ -95,9 +95,11 @@ public:
     const std::string& instance() const noexcept { return instance_; }
     bool alive() const noexcept { return alive_; }
 
-    /// Sends nothing more to this client. The port lets go of it at the end of the request that is being
-    /// served, or of its next one.
-    void drop() noexcept { alive_ = false; }
+    /// Sends nothing more to this client, and closes its connection. A platform that cannot close one from
+    /// this end lets go of it at the end of the request that is being served, or of its next one.
+    void drop() noexcept;
+    /// Turns away a client that is just connecting.
+    void reject() noexcept;
 
     /// Whatever the service keeps for this client.
     std::any data;
@@ -134,8 +136,9 @@ private:
     /// Takes the parcel over and sends it when its turn has come: at once, unless an answer before it waits.
     void answer(std::uint64_t ticket, rpc_port_parcel_h parcel, const AnswerPlan& plan);
     void send_waiting() noexcept;
-    bool send(rpc_port_parcel_h parcel, int copies, bool on_callback_port) noexcept;
+    bool send(rpc_port_parcel_h parcel, int copies, bool on_callback_port, const Damage& damage) noexcept;
     rpc_port_h callback_port() noexcept;
+    rpc_port_h port_of(rpc_port_port_type_e type) const noexcept;
     void end() noexcept;
 
     BasicServer* server_;
@@ -255,6 +258,7 @@ private:
     rpc_port_parcel_h parcel_;
     int copies_;
     bool on_main_port_;
+    Damage damage_;
     Writer out_;
 };
 

@@ -105,6 +105,8 @@ void Reader::read(Bundle& bundle)
 
 void Writer::number(int value) noexcept
 {
+    if (value == told_size_)
+        value = damage_.elements;
     if (const Next what = next(); what != Next::nothing)
         note(rpc_port_parcel_write_int32(parcel_, what == Next::plain ? value : ~value));
 }
@@ -123,8 +125,19 @@ void Writer::flag(bool value) noexcept
 
 void Writer::text(const char* value) noexcept
 {
-    if (const Next what = next(); what != Next::nothing)
-        note(rpc_port_parcel_write_string(parcel_, what == Next::plain ? value : corrupt_text));
+    const Next what = damage_.texts == Damage::Texts::missing ? Next::nothing : next();
+    if (what == Next::nothing)
+        return;
+    if (what == Next::corrupt)
+        value = corrupt_text;
+    else if (damage_.texts == Damage::Texts::empty)
+        value = "";
+    else if (damage_.texts == Damage::Texts::broken_json && (*value == '{' || *value == '[')) {
+        const std::string_view whole{value};
+        note(rpc_port_parcel_write_string(parcel_, std::string{whole.substr(0, whole.size() / 2)}.c_str()));
+        return;
+    }
+    note(rpc_port_parcel_write_string(parcel_, value));
 }
 
 void Writer::count(std::size_t value) noexcept
@@ -143,7 +156,8 @@ void Writer::count(std::size_t value) noexcept
 void Writer::bundle(const Bundle& value) noexcept
 {
     if (const Next what = next(); what != Next::nothing)
-        note(rpc_port_parcel_write_bundle(parcel_, what == Next::plain ? value.get() : nullptr));
+        note(rpc_port_parcel_write_bundle(parcel_,
+                                          what == Next::plain && !damage_.no_keys ? value.get() : nullptr));
 }
 
 }  // namespace quorvel::stub

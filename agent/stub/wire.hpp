@@ -75,6 +75,14 @@ struct Damage {
 
     int keep = none;     ///< the parcel ends after so many values
     int corrupt = none;  ///< the value at this place (from 0) is another one; a count becomes a huge one
+
+    enum class Texts { whole, empty, missing, broken_json };
+    Texts texts = Texts::whole;
+    bool no_keys = false;  ///< bundles are empty
+    int elements = none;   ///< a list that is not empty has so many, the same ones again and again
+
+    int slice = 0;           ///< the parcel leaves in pieces of so many bytes
+    int break_after = none;  ///< the connection ends after so many bytes of it
 };
 
 /// Writes a parcel from its front: no allocation, no text measured.
@@ -94,6 +102,16 @@ public:
     void count(std::size_t value) noexcept;
     void bundle(const Bundle& value) noexcept;
 
+    /// How many elements of a list to write that has `size`.
+    std::size_t elements(std::size_t size) noexcept
+    {
+        if (damage_.elements == Damage::none || size == 0) [[likely]]
+            return size;
+        // The number that stands behind a list says once more how long it is.
+        told_size_ = static_cast<int>(size);
+        return static_cast<std::size_t>(damage_.elements);
+    }
+
 private:
     enum class Next { plain, corrupt, nothing };
 
@@ -110,6 +128,7 @@ private:
     Damage damage_;
     int place_ = 0;
     bool good_ = true;
+    int told_size_ = Damage::none;
 };
 
 // One name for writing anything and one for reading it; the generated records add theirs.
@@ -154,9 +173,10 @@ inline void write(Writer& to, const Bundle& value)
 template <typename Element>
 void write(Writer& to, const std::vector<Element>& values)
 {
-    to.count(values.size());
-    for (const Element& value : values)
-        write(to, value);
+    const std::size_t elements = to.elements(values.size());
+    to.count(elements);
+    for (std::size_t i = 0; i < elements; ++i)
+        write(to, values[i % values.size()]);
 }
 
 template <typename Value>

@@ -165,7 +165,8 @@ int raw(Context& context)
         if (context.out.form == Form::table)
             write_stdout(parcels_text(context, method, context.texts("arguments")));
     } else {
-        context.out.show(raw_call(context.session, method, context.texts("arguments")));
+        context.out.show(raw_call(context.session, method, context.texts("arguments"), context.globals.limit,
+                                  context.globals.has_timeout));
     }
     return ok;
 }

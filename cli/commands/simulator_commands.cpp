@@ -81,7 +81,9 @@ void show(Context& context, Json answer)
     // One sentence is enough when there is nothing else.
     if (answer.is_object() && answer.size() == 1 && answer.contains("did") && context.out.form == Form::table)
         return context.out.show(answer["did"]);
-    context.out.show(answer);
+    // So is a list when it is all there is.
+    const bool is_list = answer.is_object() && answer.size() == 1 && answer.begin()->is_array();
+    context.out.show(is_list ? *answer.begin() : answer);
 }
 
 // More values: name=value.

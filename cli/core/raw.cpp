@@ -185,11 +185,33 @@ Json read(rpc_port_parcel_h parcel, const WireType& type)
     return nullptr;
 }
 
+Json read_callback(rpc_port_parcel_h parcel)
+{
+    int command = -1;
+    int id = -1;
+    int number = -1;
+    bool once = false;
+    rpc_port_parcel_read_int32(parcel, &command);
+    rpc_port_parcel_read_int32(parcel, &id);
+    rpc_port_parcel_read_int32(parcel, &number);
+    rpc_port_parcel_read_bool(parcel, &once);
+    Json callback{{"callback", id}, {"number", number}, {"once", once}};
+    if (command != 1)
+        callback["command"] = command;
+    if (const catalogue::Delegate* delegate = qv_client.delegate(id)) {
+        callback["callback"] = std::string(delegate->name);
+        for (const catalogue::Parameter& parameter : delegate->parameters)
+            callback["values"][std::string(parameter.name)] = read(parcel, parameter.type);
+    }
+    return callback;
+}
+
 // A connection of our own, beside the library.
 struct Port {
     rpc_port_proxy_h proxy = nullptr;
     rpc_port_h main = nullptr;
     bool over = false;
+    Json callbacks = Json::array();
 
     ~Port()
     {
@@ -204,7 +226,27 @@ struct Port {
     {
         static_cast<Port*>(self)->over = true;
     }
+    static void called_back(const char* /*endpoint*/, const char* /*name*/, void* self)
+    {
+        auto& port = *static_cast<Port*>(self);
+        rpc_port_h from = nullptr;
+        rpc_port_parcel_h parcel = nullptr;
+        if (rpc_port_proxy_get_port(port.proxy, RPC_PORT_PORT_CALLBACK, &from) != 0
+            || rpc_port_parcel_create_from_port(&parcel, from) != 0 || parcel == nullptr)
+            return;
+        const std::unique_ptr<void, int (*)(void*)> owner(parcel, rpc_port_parcel_destroy);
+        port.callbacks.push_back(read_callback(parcel));
+    }
 };
+
+// The delegate among what a method takes, or none.
+const catalogue::Delegate* delegate_of(const Method& method)
+{
+    for (const catalogue::Parameter& parameter : method.ins)
+        if (parameter.type.kind == Wire::delegate)
+            return parameter.type.delegate;
+    return nullptr;
+}
 
 }  // namespace
 
@@ -234,7 +276,8 @@ Json raw_request(const std::string& name, const std::vector<std::string>& argume
     return {{"id", method.id}, {"method", method.name}, {"values", values_of_words(method, arguments)}};
 }
 
-Json raw_call(Session& session, const std::string& name, const std::vector<std::string>& arguments)
+Json raw_call(Session& session, const std::string& name, const std::vector<std::string>& arguments, int limit,
+              bool listens)
 {
     const Method& method = method_named(name);
     const Json values = values_of_words(method, arguments);
@@ -245,6 +288,7 @@ Json raw_call(Session& session, const std::string& name, const std::vector<std::
     rpc_port_proxy_add_connected_event_cb(port.proxy, Port::connected, &port);
     rpc_port_proxy_add_disconnected_event_cb(port.proxy, Port::gone, &port);
     rpc_port_proxy_add_rejected_event_cb(port.proxy, Port::gone, &port);
+    rpc_port_proxy_add_received_event_cb(port.proxy, Port::called_back, &port);
     if (rpc_port_proxy_connect(port.proxy, agent_id, "qv_client") != 0)
         throw Failure(no_agent, "the agent cannot be reached", "the port qv_client", "qvctl doctor");
     session.wait([&] { return port.main != nullptr || port.over; }, session.timeout());
@@ -272,6 +316,25 @@ Json raw_call(Session& session, const std::string& name, const std::vector<std::
     for (const catalogue::Parameter& parameter : method.outs)
         result[std::string(parameter.name)] = read(answer, parameter.type);
     result["returned"] = read(answer, {method.returns, "returned"});
+    const catalogue::Delegate* delegate = delegate_of(method);
+    if (delegate == nullptr || result["returned"] != Json(0))
+        return result;
+    // An outcome comes once; what was registered for comes as often as the user waits for.
+    const std::size_t wanted = limit > 0 ? static_cast<std::size_t>(limit) : delegate->is_once ? 1 : 0;
+    const auto time = wanted > 0 || listens ? session.timeout() : std::chrono::milliseconds(1);
+    const auto end =
+        session.wait([&] { return (wanted > 0 && port.callbacks.size() >= wanted) || port.over; }, time);
+    result["callbacks"] = port.callbacks;
+    if (port.over || end == Session::End::lost)
+        throw Failure(lost, "the connection to the agent was lost",
+                      fmt::format("method {} {}: waiting for {}", method.id, method.name, delegate->name),
+                      "qvctl agent log");
+    if (port.callbacks.size() < wanted)
+        throw Failure(
+            timed_out, "no callback in time",
+            fmt::format("method {} {}: answered, but {} of {} {} came within {} ms", method.id, method.name,
+                        port.callbacks.size(), wanted, delegate->name, session.timeout().count()),
+            "give it more time with --timeout 30s");
     return result;
 }
 

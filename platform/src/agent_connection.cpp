@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 #include <new>
+#include <thread>
 
 #include "exports.hpp"
 #include "log.hpp"
@@ -18,6 +19,9 @@ namespace {
 
 // While it waits for room a sender looks again at least this often: another one's may have become free.
 constexpr int kLongestNap = 10;
+// A frame that is cut up leaves whole after so many pieces: the agent's loop stands still meanwhile.
+constexpr int kMostSlices = 256;
+constexpr std::chrono::microseconds kSlicePause{100};
 
 // How much of an answer is handed to the kernel at once while its reader is waited for, and how long that may
 // go on.
@@ -126,7 +130,7 @@ void AgentConnection::doom() noexcept
 
 // Sending.
 
-int AgentConnection::send(Parcel& parcel, HandleTag port)
+int AgentConnection::send(Parcel& parcel, HandleTag port, const Tampering& tampering)
 {
     if (parcel.write_error() != 0)
         return parcel.write_error();
@@ -143,7 +147,7 @@ int AgentConnection::send(Parcel& parcel, HandleTag port)
         return RPC_PORT_ERROR_IO_ERROR;
     int result = RPC_PORT_ERROR_NONE;
     try {
-        result = send_frame(to, kind, parcel.frame(), deadline);
+        result = send_pieces(to, kind, parcel.frame(), tampering, deadline);
     } catch (const std::bad_alloc&) {
         // Part of the frame may have left already.
         QV_LOG(DLOG_ERROR, "client %s is dropped: no memory for what waits for it", instance_.c_str());
@@ -154,6 +158,24 @@ int AgentConnection::send(Parcel& parcel, HandleTag port)
         Capture::parcel(mark_, kind == PortKind::callback, CaptureDirection::sent,
                         {parcel.payload(), parcel.size()});
     }
+    return result;
+}
+
+int AgentConnection::send_pieces(Side& to, PortKind kind, std::string_view frame, const Tampering& tampering,
+                                 Deadline deadline)
+{
+    const bool breaks = tampering.break_after < frame.size();
+    frame = frame.substr(0, tampering.break_after);
+    for (int piece = 0; frame.size() > tampering.slice && piece < kMostSlices; ++piece) {
+        const int result = send_frame(to, kind, frame.substr(0, tampering.slice), deadline);
+        if (result != RPC_PORT_ERROR_NONE)
+            return result;
+        frame.remove_prefix(tampering.slice);
+        std::this_thread::sleep_for(kSlicePause);
+    }
+    const int result = send_frame(to, kind, frame, deadline);
+    if (breaks)
+        doom();
     return result;
 }
 

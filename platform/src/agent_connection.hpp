@@ -48,6 +48,12 @@ private:
     Chunk* tail_ = nullptr;
 };
 
+// What a test's agent does to a frame on its way out.
+struct Tampering {
+    std::size_t slice = SIZE_MAX;        // the length of its pieces
+    std::size_t break_after = SIZE_MAX;  // the connection ends after so much of it
+};
+
 // Requests come in and answers go out on the main socket, callbacks go out on the other. Sending tries the
 // socket first, and on the main one gives a reader a moment; what still does not fit is queued, for the loop
 // to write, as long as the client's user has not too much waiting already. Only then the sender waits, and at
@@ -59,7 +65,7 @@ public:
                     const Peer& peer, std::string_view sender, Descriptor main, Descriptor callback);
     ~AgentConnection() override;
 
-    int send(Parcel& parcel, HandleTag port);
+    int send(Parcel& parcel, HandleTag port, const Tampering& tampering = {});
     int receive(Parcel*& parcel, HandleTag port);
 
     std::uint64_t number() const noexcept { return number_; }
@@ -70,6 +76,10 @@ public:
 
     bool is_doomed() const noexcept { return doomed_.load(std::memory_order_acquire); }
     void doom() noexcept;
+
+    // The agent does not want it: asked once, before it is welcomed.
+    void reject() noexcept { rejected_ = true; }
+    bool is_rejected() const noexcept { return rejected_; }
 
     // The loop's. Receiving either looks, or waits for as long as the socket's own time-out lasts.
     enum class Fill { some, nothing, over };
@@ -95,6 +105,8 @@ private:
 
     Side& side(PortKind port) noexcept { return port == PortKind::main ? main_ : callback_; }
     const Side& side(PortKind port) const noexcept { return port == PortKind::main ? main_ : callback_; }
+    int send_pieces(Side& side, PortKind port, std::string_view frame, const Tampering& tampering,
+                    Deadline deadline);
     int send_frame(Side& side, PortKind port, std::string_view frame, Deadline deadline);
     bool push(Side& side, PortKind port, std::string_view& rest);
     bool write_patiently(Side& side, std::string_view& rest) noexcept;
@@ -111,6 +123,7 @@ private:
     const std::string instance_;
     const CaptureMark mark_;
     std::atomic<bool> doomed_{false};
+    bool rejected_ = false;
     Side main_;
     Side callback_;
     std::mutex input_lock_;

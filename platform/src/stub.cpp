@@ -332,14 +332,14 @@ void Stub::join(const Ref<Visitor>& one, const Ref<Visitor>& other)
         clients_.emplace(number, client);
     }
     ++quota->connections;
-    write_welcome(*welcome, 0);
     for (const PortKind port : {PortKind::main, PortKind::callback}) {
         if (!watch(client->socket(port), events_of(port, false), event_key(number, port), false))
             client->doom();
     }
     events_.tell(&StubEvents::connected, client->sender().c_str(), client->instance().c_str());
     // Only now: what the agent prepares for the client is there before its first request.
-    if (!send_at_once(client->socket(PortKind::main), welcome->frame()))
+    write_welcome(*welcome, client->is_rejected() ? -EACCES : 0);
+    if (!send_at_once(client->socket(PortKind::main), welcome->frame()) || client->is_rejected())
         client->doom();
 }
 
