@@ -350,6 +350,9 @@ int run(int argc, char** argv)
                                               : Form::table;
         output.fields = given.fields;
         output.colour = may_colour(given, STDOUT_FILENO);
+        winsize size{};
+        if (isatty(STDOUT_FILENO) != 0 && ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0)
+            output.width = size.ws_col;
         output.quiet = given.quiet;
         // The connection is closed before a trace of it is made.
         const auto run_chosen = [&] {

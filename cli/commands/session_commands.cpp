@@ -89,8 +89,14 @@ int device_list_run(Context& context)
                 device["device_type"] = types;
                 break;
             }
-    context.out.show(devices, {"device_id", "device_name", "nick", "device_type", "cloud_device_state",
-                               "group_id", "subgroup_id"});
+    std::vector<std::string> columns{"device_id", "device_name", "device_type", "cloud_device_state:CLOUD",
+                                     "group_id",  "subgroup_id"};
+    // A nick is worth a column when it tells something.
+    if (std::ranges::any_of(devices, [](const Json& device) {
+            return device.value("nick", "") != device.value("device_name", "");
+        }))
+        columns.insert(columns.begin() + 2, "nick");
+    context.out.show(devices, columns);
     return ok;
 }
 

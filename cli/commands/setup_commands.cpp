@@ -1,10 +1,13 @@
 // `setup run`: a device is onboarded in one go, with a line a stage.
 #include <fmt/format.h>
+#include <glib-unix.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
 #include <iostream>
+#include <optional>
 
 #include "commands/run.hpp"
 
@@ -15,6 +18,30 @@ namespace {
 constexpr int choosing_network = 5;
 
 using Clock = std::chrono::steady_clock;
+
+// While it lives, what is typed is not shown.
+class Unseen {
+public:
+    Unseen()
+    {
+        is_set_ = tcgetattr(STDIN_FILENO, &before_) == 0;
+        termios quiet = before_;
+        quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        if (is_set_)
+            tcsetattr(STDIN_FILENO, TCSANOW, &quiet);
+    }
+    ~Unseen()
+    {
+        if (is_set_)
+            tcsetattr(STDIN_FILENO, TCSANOW, &before_);
+    }
+    Unseen(const Unseen&) = delete;
+    Unseen& operator=(const Unseen&) = delete;
+
+private:
+    termios before_{};
+    bool is_set_;
+};
 
 // One onboarding: the calls in their order, the questions that come between them, and the stages for people
 // (a line each, with its time) or for scripts (an object each).
@@ -75,7 +102,9 @@ private:
         const auto end =
             context_.session.wait([&] { return done() || !error_.is_null(); }, context_.session.timeout());
         if (!error_.is_null())
-            throw Failure(failed, "the device reported an error", error_.dump(), "");
+            throw Failure(failed, "the device reported an error",
+                          fmt::format("stage {}, reason {}", cell(error_["stage"]), cell(error_["reason"])),
+                          "");
         if (end == Session::End::signalled)
             throw Failure(signalled + context_.session.signal(), "interrupted", std::string(what), "");
         if (end == Session::End::lost)
@@ -98,18 +127,45 @@ private:
         return values.size() == 1 ? *values.begin() : values;
     }
 
-    std::string asked(std::string_view name, const std::string& question)
+    std::string asked(std::string_view name, const std::string& question, bool secret = false)
     {
         if (context_.has(name))
             return context_.text(name);
         if (!for_people_ || isatty(STDIN_FILENO) == 0)
             throw Failure(usage, fmt::format("--{} is needed", name), question,
                           fmt::format("qvctl setup run --{} …", name));
-        std::cerr << question << ": " << std::flush;
+        // The question stands in the place of the stage's line, which comes again below it.
+        write_stdout(fmt::format("\r\033[K    {}: ", question));
+        std::optional<Unseen> unseen;
+        if (secret)
+            unseen.emplace();
+        await_line(question);
         std::string line;
         if (!std::getline(std::cin, line))
             throw Failure(usage, "no answer", question, fmt::format("qvctl setup run --{} …", name));
+        write_stdout(fmt::format("{}[ ] {}", secret ? "\n" : "", stage_name_));
         return line;
+    }
+
+    // Waits where signals are heard: reading would hold them up until the line is whole.
+    void await_line(const std::string& question)
+    {
+        bool ready = false;
+        const auto arrived = [](gint, GIOCondition, gpointer flag) -> gboolean {
+            *static_cast<bool*>(flag) = true;
+            return G_SOURCE_REMOVE;
+        };
+        const guint source = g_unix_fd_add(
+            STDIN_FILENO, static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR), arrived, &ready);
+        const auto end = context_.session.wait([&] { return ready; }, std::chrono::milliseconds(0));
+        if (!ready)
+            g_source_remove(source);
+        if (end == Session::End::done)
+            return;
+        write_stdout("\n");
+        if (end == Session::End::lost)
+            throw Failure(lost, "the connection to the agent was lost", question, "");
+        throw Failure(signalled + context_.session.signal(), "interrupted", question, "");
     }
 
     // The device asks for its ownership to be confirmed, perhaps with a PIN, and then says that it is ours.
@@ -142,7 +198,7 @@ private:
                 const std::string digits = cell((*questions)["random_pin_cb"]);
                 questions->erase("random_pin_cb");
                 call("quorvel_client_easy_setup_set_random_pin",
-                     {{"pin", asked("pin", fmt::format("PIN of the device ({} digits)", digits))}});
+                     {{"pin", asked("pin", fmt::format("PIN of the device ({} digits)", digits), true)}});
             } else {
                 detail_ = {{"owned", questions->value("enrollee_owned_cb", false)}};
                 return;
@@ -169,7 +225,7 @@ private:
         if (context_.has("password"))
             property["password"] = context_.text("password");
         else if (for_people_ && !network_.empty())
-            property["password"] = asked("password", "Password of " + network_);
+            property["password"] = asked("password", "Password of " + network_, true);
         answer("quorvel_client_easy_setup_device_provisioning", {{"property", property}});
     }
 
@@ -190,6 +246,7 @@ private:
             return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - begin).count();
         };
         detail_ = nullptr;
+        stage_name_ = name;
         if (for_people_)
             write_stdout(fmt::format("[ ] {}", name));
         try {
@@ -197,10 +254,10 @@ private:
         } catch (const Failure& failure) {
             tell(name, "failed", elapsed());
             throw Failure(failure.status, fmt::format("onboarding failed at {}: {}", name, failure.what()),
-                          fmt::format("{}; last error {}", failure.why, last_error()),
-                          failure.next.empty() || failure.status != usage
-                              ? "qvctl setup run again, or first: qvctl setup reset"
-                              : failure.next,
+                          failure.why + last_error(),
+                          failure.next.empty() || failure.status != usage ? fmt::format(
+                              "qvctl setup run {}; or first: qvctl setup reset", context_.text("address"))
+                                                                          : failure.next,
                           failure.code);
         }
         tell(name, "done", elapsed());
@@ -209,22 +266,32 @@ private:
     void tell(const std::string& name, const std::string& state, long long milliseconds)
     {
         if (for_people_)
-            return write_stdout(
-                fmt::format("\r[{}] {:<14} {:>6.1f} s  {}\n", state == "done" ? "x" : "!", name,
-                            static_cast<double>(milliseconds) / 1000,
-                            detail_.is_structured() && detail_.size() < 3 ? detail_.dump() : ""));
+            return write_stdout(fmt::format("\r\033[K[{}] {:<14} {:>6.1f} s{}\n", state == "done" ? "x" : "!",
+                                            name, static_cast<double>(milliseconds) / 1000, in_words()));
         Json line{{"time", now()}, {"stage", name}, {"state", state}, {"ms", milliseconds}};
         if (!detail_.is_null())
             line["detail"] = detail_;
         context_.out.stream(line);
     }
 
+    // What a stage found out, when that is little.
+    std::string in_words() const
+    {
+        std::string words;
+        if (detail_.is_object() && detail_.size() < 3)
+            for (const auto& [name, value] : detail_.items())
+                words += fmt::format("  {} {}", name,
+                                     value.is_boolean() ? (value.get<bool>() ? "yes" : "no") : cell(value));
+        return words;
+    }
+
     std::string last_error()
     {
         try {
-            return cell(call("quorvel_client_easy_setup_get_last_error_code", {}));
+            const std::string code = cell(call("quorvel_client_easy_setup_get_last_error_code", {}));
+            return code.empty() ? "" : "; last error " + code;
         } catch (const Failure&) {
-            return "unknown";
+            return "";
         }
     }
 
@@ -234,6 +301,7 @@ private:
     Json error_;
     Json detail_;
     std::string network_;
+    std::string stage_name_;
     // What the library may call back until the end.
     std::vector<std::unique_ptr<Invocation>> kept_;
 };

@@ -175,8 +175,14 @@ void Output::show(const Json& value, const std::vector<std::string>& columns) co
         std::vector<std::string> names = !fields.empty()            ? fields
                                          : !columns.empty() && !tsv ? columns
                                                                     : names_of(value);
-        for (const std::string& name : names)
+        for (std::string& name : names) {
             headings.push_back(tsv ? name : heading_of(name));
+            // A column of the command's own may bring its heading along.
+            if (const std::size_t colon = name.find(':'); colon != std::string::npos && fields.empty()) {
+                headings.back() = name.substr(colon + 1);
+                name.resize(colon);
+            }
+        }
         for (const Json& row : value) {
             cells.emplace_back();
             for (const std::string& name : names)
@@ -198,7 +204,7 @@ void Output::show(const Json& value, const std::vector<std::string>& columns) co
         return;
     }
     if (!tsv) {
-        write_stdout(draw_table(headings, cells, {colour, rows}));
+        write_stdout(draw_table(headings, cells, {colour, rows, width}));
         return;
     }
     std::string text;

@@ -16,8 +16,10 @@ public:
     std::vector<std::string> fields;  // --fields; empty for the command's own
     bool colour = false;
     bool quiet = false;
+    std::size_t width = 0;  // of the terminal that tables go to; 0 when they go elsewhere
 
     // Columns are what the table shows when --fields was not given; all of the value's own when empty.
+    // "name:HEADING" has a heading that is shorter than its name.
     void show(const Json& value, const std::vector<std::string>& columns = {}) const;
     // One object of a stream: a line, flushed.
     void stream(const Json& value) const;

@@ -315,7 +315,16 @@ Json raw_call(Session& session, const std::string& name, const std::vector<std::
     Json result = Json::object();
     for (const catalogue::Parameter& parameter : method.outs)
         result[std::string(parameter.name)] = read(answer, parameter.type);
-    result["returned"] = read(answer, {method.returns, "returned"});
+    // After the first value that is missing no other can be read, so the last one speaks for all of them.
+    bool flag = false;
+    int number = 0;
+    if ((method.returns == Wire::flag ? rpc_port_parcel_read_bool(answer, &flag)
+                                      : rpc_port_parcel_read_int32(answer, &number))
+        != 0)
+        throw Failure(failed, "the answer ends before its time",
+                      fmt::format("method {} {}: {}", method.id, method.name, result.dump()),
+                      "qvctl agent log");
+    result["returned"] = method.returns == Wire::flag ? Json(flag) : Json(number);
     const catalogue::Delegate* delegate = delegate_of(method);
     if (delegate == nullptr || result["returned"] != Json(0))
         return result;

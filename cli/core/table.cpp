@@ -8,6 +8,16 @@
 
 namespace quorvel::cli {
 
+namespace {
+
+// Ids are copied with the mouse: they stay in one piece.
+bool is_id(std::string_view heading)
+{
+    return heading == "ID" || heading.ends_with(" ID");
+}
+
+}  // namespace
+
 std::string draw_table(const std::vector<std::string>& headings,
                        const std::vector<std::vector<std::string>>& rows, const TableStyle& style)
 {
@@ -17,11 +27,17 @@ std::string draw_table(const std::vector<std::string>& headings,
         throw std::bad_alloc();
     scols_table_enable_noheadings(table.get(), style.heading ? 0 : 1);
     scols_table_enable_colors(table.get(), style.colour ? 1 : 0);
-    scols_table_enable_nowrap(table.get(), 1);
-    // Nothing is cut off: what is too wide runs over the edge of the terminal.
-    scols_table_set_termforce(table.get(), SCOLS_TERMFORCE_NEVER);
+    // Nothing is cut off. On a terminal a cell that is too wide goes on below itself.
+    if (style.width > 0) {
+        scols_table_set_termforce(table.get(), SCOLS_TERMFORCE_ALWAYS);
+        scols_table_set_termwidth(table.get(), style.width);
+    } else {
+        scols_table_enable_nowrap(table.get(), 1);
+        scols_table_set_termforce(table.get(), SCOLS_TERMFORCE_NEVER);
+    }
     for (const std::string& heading : headings) {
-        libscols_column* column = scols_table_new_column(table.get(), heading.c_str(), 0, 0);
+        const int flags = style.width > 0 && !is_id(heading) ? SCOLS_FL_WRAP : 0;
+        libscols_column* column = scols_table_new_column(table.get(), heading.c_str(), 0, flags);
         if (column != nullptr && style.colour)
             scols_cell_set_color(scols_column_get_header(column), "bold");
     }

@@ -9,6 +9,7 @@ namespace quorvel::cli {
 struct TableStyle {
     bool colour = false;
     bool heading = true;
+    std::size_t width = 0;  // of the terminal; 0: as wide as need be
 };
 
 // Cells beyond the last heading are not shown. Columns are as wide as they need, so that ids stay whole.
