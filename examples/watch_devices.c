@@ -7,16 +7,16 @@
 struct app {
     quorvel_client_h client;
     GMainLoop* loop;
-    int known;
-    int status;
+    int known, status;
 };
 
-static void show(quorvel_client_device_h* devices, int count)
+static void show(const char* title, quorvel_client_device_h* devices, int count)
 {
+    printf("%s: %d devices\n", title, count);
     for (int i = 0; i < count; i++) {
         char* id = NULL;
-        if (quorvel_client_device_get_string(devices[i], QUORVEL_CLIENT_DEVICE_PROP_DEVICE_ID, &id) == 0)
-            printf("  %s\n", id);
+        quorvel_client_device_get_string(devices[i], QUORVEL_CLIENT_DEVICE_PROP_DEVICE_ID, &id);
+        printf("  %s\n", id != NULL ? id : "?");
         free(id);
         quorvel_client_device_destroy(devices[i]);
     }
@@ -27,8 +27,7 @@ static void show(quorvel_client_device_h* devices, int count)
 static void on_list_updated(quorvel_client_device_h* devices, int count, void* user_data)
 {
     struct app* app = user_data;
-    printf("The list changed: %d devices\n", count);
-    show(devices, count);
+    show("The list changed", devices, count);
     if (count > app->known)
         g_main_loop_quit(app->loop);
     app->known = count;
@@ -38,12 +37,10 @@ static void on_state(int result, int state, void* user_data)
 {
     struct app* app = user_data;
     quorvel_client_device_h* devices = NULL;
-
     if (state == QUORVEL_CLIENT_CONNECTION_CONNECTED
         && quorvel_client_set_device_list_updated_cb(app->client, on_list_updated, app) == 0
         && quorvel_client_get_device_list(app->client, &devices, &app->known) == 0) {
-        printf("Connected: %d devices\n", app->known);
-        show(devices, app->known);
+        show("Connected", devices, app->known);
         return;
     }
     fprintf(stderr, "No connection (state %d, result %d). Is the agent installed?\n", state, result);
@@ -54,12 +51,8 @@ static void on_state(int result, int state, void* user_data)
 int main(void)
 {
     struct app app = {.loop = g_main_loop_new(NULL, FALSE)};
-    const int code = quorvel_client_connect(&app.client, on_state, &app);
-
-    if (code != QUORVEL_CLIENT_ERROR_NONE) {
-        fprintf(stderr, "Cannot connect: %d\n", code);
+    if (quorvel_client_connect(&app.client, on_state, &app) != QUORVEL_CLIENT_ERROR_NONE)
         return 1;
-    }
     g_main_loop_run(app.loop);
     quorvel_client_disconnect(app.client);
     g_main_loop_unref(app.loop);
