@@ -378,9 +378,9 @@ bool ClientConnection::run(const Ref<ClientConnection>& self)
         drained = drain();
 
     const Deadline turn_end = Clock::now() + kLongestTurn;
+    // A callback may run the loop itself, which then has to come here for the rest.
+    wake();
     for (int told = 0; told < kCallbacksInTurn && announce_next(); ++told) {
-        // A callback may run the loop itself, which then has to come here for the rest.
-        wake();
         if (!proxy_->events().tell(&ProxyEvents::received, app_id_.c_str(), port_name_.c_str()))
             return false;
         if (Clock::now() >= turn_end)
@@ -400,11 +400,12 @@ bool ClientConnection::run(const Ref<ClientConnection>& self)
 
 bool ClientConnection::announce_next() noexcept
 {
-    const std::lock_guard lock{queue_lock_};
-    if (unannounced_.load(std::memory_order_relaxed) == 0)
-        return false;
-    unannounced_.fetch_sub(1, std::memory_order_relaxed);
-    return true;
+    std::size_t left = unannounced_.load(std::memory_order_acquire);
+    while (left != 0) {
+        if (unannounced_.compare_exchange_weak(left, left - 1))
+            return true;
+    }
+    return false;
 }
 
 // Before the application hears of the end, so that it may connect again at once. An answer that came before
@@ -480,8 +481,10 @@ int ClientConnection::receive_callback(Parcel& parcel)
             const std::lock_guard lock{queue_lock_};
             if (callbacks_.take(parcel, false)) {
                 // Somebody reads without having been told: there is less to tell.
-                if (unannounced_.load(std::memory_order_relaxed) > callbacks_.frames())
-                    unannounced_.store(callbacks_.frames(), std::memory_order_relaxed);
+                std::size_t untold = unannounced_.load(std::memory_order_relaxed);
+                while (untold > callbacks_.frames()
+                       && !unannounced_.compare_exchange_weak(untold, callbacks_.frames())) {
+                }
                 break;
             }
         }

@@ -7,6 +7,10 @@
 #include <cstring>
 #include <type_traits>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace quorvel::platform {
 
 template <typename Integer>
@@ -36,42 +40,55 @@ Integer get(const char* at) noexcept
     return in_wire_order(wire);
 }
 
-// Whether a NUL is among so many bytes. Eight at a time and without a call: lists carry tens of thousands of
-// short strings.
+// Whether one of a block's bytes is NUL, for blocks of two sizes.
+
+inline bool is_nul_among_8(const char* at) noexcept
+{
+    constexpr std::uint64_t ones = 0x0101010101010101;
+    const std::uint64_t word = get<std::uint64_t>(at);
+    return ((word - ones) & ~word & (ones << 7)) != 0;
+}
+
+inline bool is_nul_among_16(const char* at) noexcept
+{
+#ifdef __SSE2__
+    __m128i bytes{};
+    std::memcpy(&bytes, at, sizeof bytes);
+    return _mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_setzero_si128())) != 0;
+#else
+    return is_nul_among_8(at) || is_nul_among_8(at + 8);
+#endif
+}
+
+// Whether a NUL is among so many bytes: a block at a time and without a call, since lists carry tens of
+// thousands of short texts. The last block may overlap its predecessor.
 inline bool holds_nul(const char* bytes, std::size_t size) noexcept
 {
-    using Word = std::uint64_t;
-    constexpr Word ones = 0x0101010101010101;
-    const auto among_eight = [](const char* at) {
-        const Word word = get<Word>(at);
-        return ((word - ones) & ~word & (ones << 7)) != 0;
-    };
     const char* const end = bytes + size;
-    if (size < sizeof(Word)) {
-        while (bytes != end && *bytes != '\0')
-            ++bytes;
-        return bytes != end;
+    if (size >= 16) {
+        for (; end - bytes > 16; bytes += 16) {
+            if (is_nul_among_16(bytes))
+                return true;
+        }
+        return is_nul_among_16(end - 16);
     }
-    for (; end - bytes > static_cast<std::ptrdiff_t>(sizeof(Word)); bytes += sizeof(Word)) {
-        if (among_eight(bytes))
-            return true;
-    }
-    return among_eight(end - sizeof(Word));
+    if (size >= 8)
+        return is_nul_among_8(bytes) || is_nul_among_8(end - 8);
+    while (bytes != end && *bytes != '\0')
+        ++bytes;
+    return bytes != end;
 }
 
 // The size of the string at `from`, its NUL counted, or 0 when no whole string lies there:
 // int32 size, the bytes, the NUL, which is the only one.
 inline std::size_t wire_string_size(const char* from, std::size_t room) noexcept
 {
-    constexpr std::size_t much = 256;  // from where on the C library's way of looking is worth its call
     if (room < sizeof(std::int32_t))
         return 0;
     // As unsigned numbers nothing and less than nothing are too much.
     const std::size_t last = static_cast<std::size_t>(get<std::uint32_t>(from)) - 1;
     const char* text = from + sizeof(std::int32_t);
-    if (last >= room - sizeof(std::int32_t) || text[last] != '\0')
-        return 0;
-    if (last < much ? holds_nul(text, last) : std::strlen(text) != last)
+    if (last >= room - sizeof(std::int32_t) || text[last] != '\0' || holds_nul(text, last))
         return 0;
     return last + 1;
 }
