@@ -60,7 +60,7 @@ public:
 
 private:
     static constexpr std::size_t kMostStandard = 4;
-    static constexpr std::size_t kLargestKept = std::size_t{4} << 20;
+    static constexpr std::size_t kLargestKept = std::size_t{16} << 20;
 
     static Chunk* reuse(Chunk* chunk) noexcept
     {
