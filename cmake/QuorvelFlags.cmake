@@ -51,6 +51,16 @@ if(QUORVEL_SANITIZE)
     add_link_options(-fsanitize=${QUORVEL_SANITIZE})
 endif()
 
+# What lies on the way of every call is optimised across its sources in a release build. The objects carry plain code as
+# well, for whoever links them without the same compiler's help.
+add_library(quorvel_hot_path INTERFACE)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU"
+   AND CMAKE_BUILD_TYPE MATCHES "^Rel"
+   AND NOT QUORVEL_SANITIZE)
+    target_compile_options(quorvel_hot_path INTERFACE -flto=auto -ffat-lto-objects -fno-plt)
+    target_link_options(quorvel_hot_path INTERFACE -flto=auto)
+endif()
+
 # What a source is called in the log. A compiler cache may hand the compiler a path that is relative to the
 # build directory, so that is mapped too.
 function(quorvel_name_in_log source name)
