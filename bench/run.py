@@ -18,6 +18,7 @@ import statistics
 import subprocess
 import sys
 import tempfile
+import time
 from typing import Any
 
 import plot
@@ -234,6 +235,16 @@ def resident_kib(process: subprocess.Popen[str]) -> int:
     return int(re.search(r"VmRSS:\s+(\d+)", status).group(1))  # type: ignore[union-attr]
 
 
+def seconds_together(clients: list[Client]) -> float:
+    """From the first one's beginning to the last one's end, so many calls each."""
+    begin = time.monotonic()
+    for client in clients:
+        client.tell("W1", 1000)
+    for client in clients:
+        client.answer()
+    return time.monotonic() - begin
+
+
 def measure_growth(bench: Bench, repetitions: int, scale: int) -> dict[str, Any]:
     """W7: how cost grows with what is asked for, on one CPU."""
     growth: dict[str, Any] = {}
@@ -255,19 +266,17 @@ def measure_growth(bench: Bench, repetitions: int, scale: int) -> dict[str, Any]
             large / small / (most / 1000) for small, large in zip(times[1000], times[most])
         )
 
-        few = many = 0.0
-        ratios = []
         delegates = 10_000 // scale
-        crowd = Client(bench, OURS, 0)
         lone = Client(bench, OURS, 0)
-        del few, many
         lone.run("delegates", 1)
         alone = [lone.run("events", CALLBACKS) for _ in range(repetitions)]
-        crowd.run("delegates", delegates)
         lone.stop()
+        crowd = Client(bench, OURS, 0)
+        crowd.run("delegates", delegates)
         together = [crowd.run("events", CALLBACKS) for _ in range(repetitions)]
-        ratios = [statistics.median(together) / statistics.median(alone)]
-        growth[f"a callback at {delegates} delegates by one at 1"] = ratios[0]
+        growth[f"a callback at {delegates} delegates by one at 1"] = statistics.median(together) / statistics.median(
+            alone
+        )
         crowd.stop()
 
         client.run("W4", CALLBACKS)
@@ -276,17 +285,14 @@ def measure_growth(bench: Bench, repetitions: int, scale: int) -> dict[str, Any]
         client.run("W4", million)
         growth[f"KiB grown over {million} callbacks"] = resident_kib(client.process) - before
 
-        few_calls = 4000
         crowd_size = 64
-        singles = [client.run("W1", few_calls) for _ in range(repetitions)]
         clients = [Client(bench, OURS, 0) for _ in range(crowd_size)]
         try:
-            taken = []
-            for _ in range(repetitions):
-                for each in clients:
-                    each.tell("W1", few_calls // crowd_size)
-                taken.append(max(each.answer()[0] for each in clients) / few_calls)
-            growth["64 clients by linear from 1"] = statistics.median(taken) / statistics.median(singles)
+            together = [seconds_together(clients) for _ in range(repetitions)]
+            alone = [seconds_together([client]) for _ in range(repetitions)]
+            growth["64 clients by linear from 1"] = (
+                statistics.median(together) / statistics.median(alone) / crowd_size
+            )
         finally:
             for each in clients:
                 each.stop()
