@@ -29,8 +29,8 @@ using namespace std::chrono_literals;
 
 constexpr int kRounds = 10;
 constexpr double kDeadline = 300;
-constexpr double kOvershoot = 50;
-constexpr double kSoon = 100;
+constexpr double kOvershoot = kMeasures ? 50 : 2000;
+constexpr double kSoon = kMeasures ? 100 : 2000;
 
 enum class Cut {
     before_accept,

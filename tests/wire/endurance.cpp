@@ -164,7 +164,7 @@ void cycles()
     expect(pump_until([&] { return integration::open_descriptors() <= descriptors; }, 2s),
            "as many descriptors are open as before");
     const long grown = kibibytes("VmRSS") - memory;
-    expect(grown <= 256, "memory grows by at most 256 KiB after the first tenth");
+    expect(!kMeasures || grown <= 256, "memory grows by at most 256 KiB after the first tenth");
     report("connections made and given up", count, full);
     std::printf(
         "%.1f s; resident memory grew by %ld KiB after the first %ld; one in %ld ended with the agent's death\n",
@@ -214,10 +214,10 @@ void floods()
     expect(pump_until([&] { return heard.next >= count || connection.disconnected > 0; }, 300s), "it ends");
     const double took = seconds(CLOCK_MONOTONIC) - begin;
     expect(heard.next == count && heard.wrong == 0, "all callbacks are told, in their order");
-    expect(pulse.longest <= 0.010, "other sources of the loop run at least every 10 ms");
+    expect(!kMeasures || pulse.longest <= 0.010, "other sources of the loop run at least every 10 ms");
     g_source_remove(source);
     const long peak = kibibytes("VmHWM");
-    expect(peak - before <= 32 * 1024, "a flood takes at most 32 MiB");
+    expect(!kMeasures || peak - before <= 32 * 1024, "a flood takes at most 32 MiB");
 
     heard = {};
     expect(integration::ask_metadata(connection.handle, "before:" + std::to_string(nested), answer) == 0,
@@ -227,7 +227,7 @@ void floods()
     expect(heard.next == nested && heard.wrong == 0, "all of them, in their order");
     expect(connection.disconnected == 0, "the connection is not lost over it");
     const long nested_peak = kibibytes("VmHWM");
-    expect(nested_peak - before <= 32 * 1024, "and take at most 32 MiB");
+    expect(!kMeasures || nested_peak - before <= 32 * 1024, "and take at most 32 MiB");
     report("callbacks at full speed", count, full);
     report("callbacks while the loop's thread is in a call", nested, full_nested);
     std::printf(
@@ -310,7 +310,7 @@ void soak()
     const double found = slope(points);
     expect(wrong == 0, "every call has its own answer");
     expect(heard > 0, "events come");
-    expect(found <= 1.0, "memory grows by at most 1 KiB in 10,000 calls");
+    expect(!kMeasures || found <= 1.0, "memory grows by at most 1 KiB in 10,000 calls");
     expect(most_descriptors <= descriptors, "no descriptor more is open");
     home.kill_agent(SIGKILL);
     report("seconds of mixed load", duration, full);

@@ -88,9 +88,10 @@ void give_up_rights()
                              "restart_syscall"})
         seccomp_rule_add(filter, SCMP_ACT_ALLOW, seccomp_syscall_resolve_name(name), 0);
     // Only to read: the package's file, for the agent's version.
-    seccomp_rule_add(filter, SCMP_ACT_ALLOW, SCMP_SYS(openat), 1,
-                     SCMP_A2(SCMP_CMP_MASKED_EQ, O_ACCMODE | O_CREAT | O_TRUNC, O_RDONLY));
-    seccomp_rule_add(filter, SCMP_ACT_ALLOW, SCMP_SYS(socket), 1, SCMP_A0(SCMP_CMP_EQ, AF_UNIX));
+    const scmp_arg_cmp only_to_read{2, SCMP_CMP_MASKED_EQ, O_ACCMODE | O_CREAT | O_TRUNC, O_RDONLY};
+    seccomp_rule_add_array(filter, SCMP_ACT_ALLOW, SCMP_SYS(openat), 1, &only_to_read);
+    const scmp_arg_cmp on_this_machine{0, SCMP_CMP_EQ, AF_UNIX, 0};
+    seccomp_rule_add_array(filter, SCMP_ACT_ALLOW, SCMP_SYS(socket), 1, &on_this_machine);
     wire::require(seccomp_load(filter) == 0, "rights can be given up");
     seccomp_release(filter);
 }

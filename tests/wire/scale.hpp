@@ -7,6 +7,19 @@
 
 namespace wire {
 
+// Sanitizers are slow and keep memory: how long something takes, and how much, is not theirs to tell.
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+inline constexpr bool kMeasures = false;
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer) || __has_feature(address_sanitizer)
+inline constexpr bool kMeasures = false;
+#else
+inline constexpr bool kMeasures = true;
+#endif
+#else
+inline constexpr bool kMeasures = true;
+#endif
+
 /// The count for this run: all of it, the share that CI has time for, or a tenth of that for a quick run.
 inline long scaled(long full, long in_ci)
 {
