@@ -20,6 +20,7 @@ constexpr std::array all_rules{
     Rule{"overlapping", Severity::note, "a call before the one before it was answered"},
     Rule{"misplaced", Severity::error, "a callback on the main port, or an answer on the callback port"},
     Rule{"stranger", Severity::error, "a callback for a delegate that nobody holds"},
+    Rule{"late", Severity::note, "a callback that was on its way when its delegate was taken back"},
     Rule{"registered-twice", Severity::error, "a delegate that is registered while it is registered"},
     Rule{"never-disposed", Severity::note, "a delegate that is still registered at the end"},
     Rule{"once", Severity::warning, "a callback whose flag differs from its registration's"},
@@ -193,9 +194,12 @@ void Conversation::dispose(Connection& connection, const Message& message)
         const std::string first = arguments.substr(0, arguments.find('\n'));
         const std::string second = arguments.substr(first.size() + 1);
         const std::string taken = text_argument(message, 1);
-        return one.second.method == method->name
-               && (message.values.empty()
-                   || (text_argument(message, 0) == first && (taken.empty() || taken == second)));
+        const bool is_it = one.second.method == method->name
+                           && (message.values.empty()
+                               || (text_argument(message, 0) == first && (taken.empty() || taken == second)));
+        if (is_it)
+            connection.taken_back.insert(one.first);
+        return is_it;
     });
 }
 
@@ -257,8 +261,8 @@ void Conversation::end(Connection& connection)
         find("unanswered", call->sent, method_name(call->request));
     connection.waiting.clear();
     for (const auto& [record, message] : connection.unclaimed)
-        find("stranger", record,
-             fmt::format("{}[{}.{}]", message.delegate->name, message.delegate_id, message.sequence));
+        find(connection.taken_back.contains({message.delegate_id, message.sequence}) ? "late" : "stranger",
+             record, fmt::format("{}[{}.{}]", message.delegate->name, message.delegate_id, message.sequence));
     connection.unclaimed.clear();
     for (const auto& [key, holding] : connection.holdings)
         find("never-disposed", holding.since,

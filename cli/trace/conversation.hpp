@@ -9,6 +9,8 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <set>
+#include <span>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -88,6 +90,7 @@ private:
         bool closed = false;
         std::deque<std::shared_ptr<Call>> waiting;
         std::map<DelegateKey, Holding> holdings;
+        std::set<DelegateKey> taken_back;
         std::vector<std::pair<Record, Message>> unclaimed;
     };
 

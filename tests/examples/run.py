@@ -75,6 +75,13 @@ class Examples(unittest.TestCase):
                 self.assertEqual(self.record(program), expected)
                 self.assertEqual(self.replay(program), expected)
 
+    def test_each_leaves_a_trace_without_errors(self):
+        for name in EXPECTED:
+            with self.subTest(example=name):
+                pathlib.Path(self.trace).unlink(missing_ok=True)
+                self.record(str(ARGUMENTS.programs / name))
+                self.qvctl("trace", "lint", self.trace)
+
     def test_watch_devices_hears_of_a_device_that_comes(self):
         program = ARGUMENTS.programs / "watch_devices"
         lamp = '{"id": "lamp-new", "name": "Reading lamp", "model": "light.dimmer", "room": "living"}'

@@ -145,6 +145,10 @@ class Lint(WithFiles):
     def test_a_delegate_that_nobody_holds(self):
         self.assertEqual(self.found(Capture().opened().called(callback(3, 7), i32(0), i32(0))), [("stranger", "device_list_cb[3.7]")])
 
+    def test_a_callback_that_was_on_its_way_when_its_delegate_was_taken_back(self):
+        trace = Capture().opened().asks(9, delegate(3, 1)).hears().asks(10).hears().called(callback(3, 1), i32(0), i32(0))
+        self.assertEqual(self.found(trace, status=0), [("late", "device_list_cb[3.1]")])
+
     def test_a_delegate_that_was_called_already(self):
         trace = Capture().opened().asks(51, delegate(21, 1, True)).hears()
         for _ in range(2):
