@@ -115,9 +115,16 @@ Values sample(std::span<const quorvel::catalogue::Parameter> parameters)
 
 namespace {
 
+/// The method of a request; nullptr of one that a failing platform has spoilt.
+const quorvel::catalogue::Method* method_of(const Sent& request)
+{
+    const auto* const number = request.empty() ? nullptr : std::get_if<Int32>(&request[0]);
+    return number != nullptr ? description().method(number->value) : nullptr;
+}
+
 Values answer(const Sent& request, int code)
 {
-    const auto* const method = description().method(request.number(0));
+    const auto* const method = method_of(request);
     if (method == nullptr)
         return result(QUORVEL_CLIENT_ERROR_INVALID_PARAMETER);
     Values values{i32(0), sample(method->outs)};
@@ -148,12 +155,15 @@ std::vector<SentDelegate> sent_delegates()
 {
     std::vector<SentDelegate> sent;
     for (const Sent& request : agent().requests()) {
-        const auto* const method = description().method(request.number(0));
+        const auto* const method = method_of(request);
         if (method == nullptr || method->ins.empty() || method->ins.back().type.kind != Kind::delegate)
             continue;
         const std::size_t size = request.size();
-        sent.push_back(
-            {request.number(size - 3), request.number(size - 2), std::get<Flag>(request[size - 1]).value});
+        const auto* const id = size > 3 ? std::get_if<Int32>(&request[size - 3]) : nullptr;
+        const auto* const seq_id = size > 3 ? std::get_if<Int32>(&request[size - 2]) : nullptr;
+        const auto* const once = size > 3 ? std::get_if<Flag>(&request[size - 1]) : nullptr;
+        if (id != nullptr && seq_id != nullptr && once != nullptr)
+            sent.push_back({id->value, seq_id->value, once->value});
     }
     return sent;
 }

@@ -185,16 +185,6 @@ constexpr const Known* known_types[] = {
 #undef RECORD_FUNCTION
 #undef DELEGATE_FUNCTION
 
-const Known* known_type_named(std::string_view name)
-{
-    const auto* const found = std::ranges::find(known_types, name, &Known::name);
-    if (found == std::end(known_types)) {
-        std::fprintf(stderr, "there is no type %s\n", std::string(name).c_str());
-        std::exit(EXIT_FAILURE);
-    }
-    return *found;
-}
-
 /// Every record begins with the functions that write and read it, which tell its type.
 rpc_port_parcelable_t& parcelable_of(void* record)
 {
@@ -408,7 +398,7 @@ const Known& record_type_of(std::string_view function)
         if (function.starts_with(each.first) && each.first.size() > longest.first.size())
             longest = each;
     }
-    return *known_type_named(longest.second);
+    return known_type_named(longest.second);
 }
 
 /// A property is added, never replaced: a setter gets a record without any.
@@ -445,6 +435,16 @@ void* const untouched = &untouched_place;
 void no_event(rpc_port_proxy_qv_client_h, void*) {}
 
 }  // namespace
+
+const Known& known_type_named(std::string_view name)
+{
+    const auto* const found = std::ranges::find(known_types, name, &Known::name);
+    if (found == std::end(known_types)) {
+        std::fprintf(stderr, "there is no type %s\n", std::string(name).c_str());
+        std::exit(EXIT_FAILURE);
+    }
+    return **found;
+}
 
 std::span<const Row> rows()
 {
@@ -505,7 +505,7 @@ struct Attempt::Place {
 Attempt::Attempt(const Row& row, quorvel_client_h client, std::span<const Change> changes)
     : row_{row},
       client_{client},
-      proxy_{client != nullptr ? proxy_of(client) : nullptr},
+      proxy_{client != nullptr && row.family != Row::Family::public_api ? proxy_of(client) : nullptr},
       places_(row.types.size()),
       slots_(row.types.size())
 {

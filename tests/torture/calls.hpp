@@ -20,6 +20,7 @@
 #include <quorvel_client.h>
 #include <quorvel_client_proxy.h>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <span>
@@ -118,6 +119,7 @@ struct Row {
 
 std::span<const Row> rows();
 const Row& row_of(std::string_view name);  // one that is not there ends the program
+const Known& known_type_named(std::string_view name);
 
 // ---------------------------------------------------------------------------------------------------------------
 // The agent
@@ -149,7 +151,7 @@ void fire(const SentDelegate& delegate);
 
 /// What the listening callbacks heard, and what they do then.
 struct Ears {
-    int heard = 0;
+    std::atomic<int> heard = 0;
     std::function<void()> action;
 };
 Ears& ears();

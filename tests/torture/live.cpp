@@ -1,11 +1,14 @@
 #include "live.hpp"
 
 #include <dirent.h>
+#include <link.h>
 #include <malloc.h>
 
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define HAS_SANITIZER 1
@@ -44,6 +47,13 @@ Held held()
 
 #ifdef HAS_SANITIZER
 const bool counts_memory = false;
+
+void fail_glib_allocation(int) {}
+
+int glib_allocations()
+{
+    return 0;
+}
 #else
 const bool counts_memory = true;
 
@@ -58,6 +68,43 @@ void* counted(void* block)
     return block;
 }
 
+/// Where GLib's code lies.
+struct Range {
+    std::uintptr_t begin = 0;
+    std::uintptr_t end = 0;
+    bool holds(const void* address) const
+    {
+        const auto place = reinterpret_cast<std::uintptr_t>(address);
+        return place >= begin && place < end;
+    }
+};
+
+Range glib;
+[[gnu::tls_model("initial-exec")]] thread_local int glib_seen = 0;
+[[gnu::tls_model("initial-exec")]] thread_local int glib_failing = 0;
+
+[[gnu::constructor]] void find_glib()
+{
+    dl_iterate_phdr(
+        [](dl_phdr_info* object, std::size_t, void*) {
+            if (std::strstr(object->dlpi_name, "/libglib-2.0") == nullptr)
+                return 0;
+            for (int i = 0; i < object->dlpi_phnum; ++i) {
+                const auto& segment = object->dlpi_phdr[i];
+                if (segment.p_type == PT_LOAD && (segment.p_flags & PF_X) != 0)
+                    glib = {object->dlpi_addr + segment.p_vaddr,
+                            object->dlpi_addr + segment.p_vaddr + segment.p_memsz};
+            }
+            return 1;
+        },
+        nullptr);
+}
+
+bool fails_for(const void* caller)
+{
+    return glib.holds(caller) && ++glib_seen == glib_failing;
+}
+
 void uncounted(void* block)
 {
     if (block != nullptr) {
@@ -67,6 +114,17 @@ void uncounted(void* block)
 }
 
 }  // namespace
+
+void fail_glib_allocation(int nth)
+{
+    glib_seen = 0;
+    glib_failing = nth;
+}
+
+int glib_allocations()
+{
+    return glib_seen;
+}
 #endif
 
 }  // namespace torture
@@ -82,16 +140,22 @@ void __libc_free(void* block);
 
 [[gnu::visibility("default")]] void* malloc(std::size_t size) noexcept
 {
+    if (torture::fails_for(__builtin_return_address(0)))
+        return nullptr;
     return torture::counted(__libc_malloc(size));
 }
 
 [[gnu::visibility("default")]] void* calloc(std::size_t count, std::size_t size) noexcept
 {
+    if (torture::fails_for(__builtin_return_address(0)))
+        return nullptr;
     return torture::counted(__libc_calloc(count, size));
 }
 
 [[gnu::visibility("default")]] void* realloc(void* block, std::size_t size) noexcept
 {
+    if (torture::fails_for(__builtin_return_address(0)))
+        return nullptr;
     torture::uncounted(block);
     void* const moved = __libc_realloc(block, size);
     if (moved == nullptr && size != 0)
@@ -112,6 +176,8 @@ void __libc_free(void* block);
 [[gnu::visibility("default")]] int posix_memalign(void** block, std::size_t alignment,
                                                   std::size_t size) noexcept
 {
+    if (torture::fails_for(__builtin_return_address(0)))
+        return ENOMEM;
     *block = memalign(alignment, size);
     return *block != nullptr ? 0 : ENOMEM;
 }

@@ -6,7 +6,7 @@
 #ifndef QUORVEL_TESTS_TORTURE_LIVE_HPP
 #define QUORVEL_TESTS_TORTURE_LIVE_HPP
 
-#include <iosfwd>
+#include <cstdlib>
 
 namespace torture {
 
@@ -15,12 +15,25 @@ struct Held {
     long bytes = 0;
     int descriptors = 0;
     int threads = 0;
-    bool operator==(const Held&) const = default;
+    /// A block that takes the place of an equal one may be a few bytes larger: what is left over and of no
+    /// other use.
+    bool operator==(const Held& other) const
+    {
+        constexpr long left_over = 64;
+        return blocks == other.blocks && std::labs(bytes - other.bytes) <= left_over
+               && descriptors == other.descriptors && threads == other.threads;
+    }
 };
 
 Held held();
 /// Whether memory is counted in this build.
 extern const bool counts_memory;
+
+/// GLib ends the process when it has no memory. From now on the n-th allocation that it makes on this thread
+/// fails; 0 lets all succeed, and counts on.
+void fail_glib_allocation(int nth);
+/// How many it has made on this thread since.
+int glib_allocations();
 
 }  // namespace torture
 

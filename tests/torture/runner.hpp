@@ -88,7 +88,6 @@ private:
 };
 
 /// A fault that is planted on purpose, to see that it is found: see planted_faults_test.py.
-std::string_view planted_fault();
 bool is_planted(std::string_view fault);
 
 }  // namespace torture

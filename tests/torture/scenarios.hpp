@@ -19,6 +19,7 @@ struct Scenario {
     const Row* row = nullptr;          // of a call
     std::vector<const Row*> before{};  // called on the connected client, well
     bool is_refused = false;           // the agent answers with everything, and a code
+    bool is_unheard = false;           // its lines may get lost
     std::size_t delegate = 1;          // of a callback: counted from the last one that was sent
 };
 
