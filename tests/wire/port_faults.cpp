@@ -275,7 +275,7 @@ int main()
     const int descriptors = integration::open_descriptors();
     Account account;
     long full = 0;
-    const long stride = wire::scaled(4, 1) == 4 ? 1 : 4;
+    const long stride = 1000 / wire::scaled(1000, 250);
     for (int call = 0; call < static_cast<int>(Call::count); ++call) {
         for (const int error : errors[call]) {
             for (int nth = 1; nth <= kMostNth; ++nth) {
