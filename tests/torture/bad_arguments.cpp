@@ -201,12 +201,13 @@ int main(int argc, char** argv)
     proof.scale(0.25);
     warm_up();
     for (const Row& row : rows()) {
-        for (const auto& [state, name] : states) {
+        for (const auto& each : states) {
+            const State state = each.first;
             // What works on no client is the same in all states.
             if (state != State::connected && row.family != Row::Family::public_api)
                 continue;
             proof.check(
-                std::string{row.name} + "/" + name,
+                std::string{row.name} + "/" + each.second,
                 [&] { return try_all(row, state, proof.is_whole(), proof); }, 120);
         }
     }

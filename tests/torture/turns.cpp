@@ -60,6 +60,9 @@ public:
     SlowAgent(const SlowAgent&) = delete;
     SlowAgent& operator=(const SlowAgent&) = delete;
 
+    /// Waits until a connection that is being closed is closed, and what was late has been sent on it.
+    void finish_closing() { const std::lock_guard lock{mutex_}; }
+
     /// The port's part when an answer misses its deadline: it closes the connection.
     std::atomic<int> closed{0};
 
@@ -177,6 +180,7 @@ Finding late_answers_go_to_nobody(long calls, unsigned seed, Proof& proof)
             if (answer != Answer::none)
                 continue;
             ++failed;
+            agent.finish_closing();
             // One disconnected event for one missed deadline, and a new connection works.
             if (scripted::agent().run_events() != 1)
                 return "not one event for a closed connection";
