@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <charconv>
 #include <fstream>
+#include <unordered_map>
 
 #include "commands/run.hpp"
 #include "core/suggest.hpp"
@@ -81,19 +82,22 @@ int device_list_run(Context& context)
         return ok;
     Json devices = ask(context, device_list);
     const Json details = ask(context, detail_list);
-    for (Json& device : devices)
-        for (const Json& detail : details)
-            if (detail["device_id"] == device["device_id"]) {
-                const Json types = device["device_type"];
-                device.update(detail);
-                device["device_type"] = types;
-                break;
-            }
+    std::unordered_map<std::string, const Json*> details_by_id;
+    for (const Json& detail : details)
+        details_by_id.emplace(cell(detail["device_id"]), &detail);
+    for (Json& device : devices) {
+        const auto detail = details_by_id.find(cell(device["device_id"]));
+        if (detail == details_by_id.end())
+            continue;
+        const Json types = device["device_type"];
+        device.update(*detail->second);
+        device["device_type"] = types;
+    }
     std::vector<std::string> columns{"device_id", "device_name", "device_type", "cloud_device_state:CLOUD",
                                      "group_id",  "subgroup_id"};
     // A nick is worth a column when it tells something.
     if (std::ranges::any_of(devices, [](const Json& device) {
-            return device.value("nick", "") != device.value("device_name", "");
+            return at_path(device, "nick") != at_path(device, "device_name");
         }))
         columns.insert(columns.begin() + 2, "nick");
     context.out.show(devices, columns);

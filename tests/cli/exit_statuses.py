@@ -5,6 +5,7 @@ import argparse
 import json
 import os
 import pathlib
+import re
 import signal
 import subprocess
 import sys
@@ -129,6 +130,58 @@ class Statuses(WithHome):
         watch.send_signal(signal.SIGINT)
         watch.communicate(timeout=20)
         self.assertEqual(watch.returncode, 130)
+
+    def test_a_mistake_of_qvctls_own_is_status_70(self):
+        self.assertEqual(self.qvctl("__bug", status=70).stderr.splitlines(), [
+            "qvctl: this is a mistake in qvctl", "  where: __bug was asked for",
+            "  next:  please report it, with the command line"])
+
+    def test_every_code_is_told_with_its_name_its_number_why_and_what_to_type_next(self):
+        # Three are the library's alone: an agent that answers with one is not understood.
+        own = ("ALREADY_CONNECTING", "ALREADY_CONNECTED", "NOT_CONNECTED")
+        codes = [row for row in self.json("explain") if row["code"] != 0 and not row["name"].endswith(own)]
+        self.assertGreater(len(codes), 10)
+        for row in codes:
+            with self.subTest(row["name"]):
+                self.qvctl("sim", "fault", "add", json.dumps(
+                    {"name": "result", "code": row["code"], "count": 1, "method": "get_scene_list"}))
+                error = self.qvctl("scene", "list", status=row["exit_status"]).stderr.splitlines()
+                self.qvctl("sim", "fault", "clear")
+                self.assertEqual(error[0], f"qvctl: {row['name']} ({row['code']})")
+                self.assertRegex(error[1], r"^  where: quorvel_client_get_scene_list: .")
+                self.assertRegex(error[2], r"^  next:  .")
+
+    def test_an_error_of_every_kind_says_what_happened_where_and_what_to_type_next(self):
+        for words, status, what, why, following in (
+                (["scene", "run"], 2, "scene_id is required", "qvctl scene run", "qvctl scene run --help"),
+                (["scene", "list", "--timeout", "soon"], 2, "'soon' is not a time", "--timeout", "e.g. 500ms"),
+                (["--agent", "simm", "status"], 2, "there is no agent 'simm'", "--agent", "sim, sim:HOME or running"),
+                (["call", "quorvel_client_get_stat"], 2, "there is no function 'quorvel_client_get_stat'",
+                 "the public functions", "did you mean 'quorvel_client_get_state'?"),
+                (["raw", "get_device_lst"], 2, "there is no method 'get_device_lst'", "methods of the interface",
+                 "did you mean 'get_device_list'?"),
+                (["explain", "NO_DATTA"], 6, "there is no code 'NO_DATTA'", "the codes of the library",
+                 "did you mean 'NO_DATA'?"),
+                (["sim", "fault", "add", "no json"], 2, "a JSON object is needed", "qvctl sim fault-add", "e.g."),
+                (["sim", "link", "lamp-1", "latency"], 2, "'latency' is not NAME=VALUE", "qvctl sim", "e.g."),
+                (["scene", "add", "home", "@/no/such/file"], 2, "/no/such/file cannot be read", "No such file", "@FILE"),
+                (["completion", "bsh"], 2, "there is no completion for 'bsh'", "bash, zsh and fish",
+                 "did you mean 'bash'?"),
+                (["home", "check", "/no/such/file"], 10, "", "", "")):
+            with self.subTest(words):
+                error = self.qvctl(*words, status=status).stderr
+                if what:
+                    lines = error.splitlines()
+                    self.assertIn(what, lines[0])
+                    self.assertIn(why, lines[1])
+                    self.assertIn(following, lines[2])
+
+    def test_every_status_of_the_table_has_a_test_here(self):
+        table = {row["status"] for row in map(json.loads, self.qvctl("__commands").stdout.splitlines()) if "status" in row}
+        with open(__file__, encoding="utf-8") as file:
+            tested = {int(number) for number in re.findall(r"(?:status=|returncode, )(\d+)", file.read())}
+        self.assertEqual(table - tested, {128})  # 128 + n, which is 130 here
+        self.assertIn(130, tested)
 
     def test_the_status_stands_in_the_json_error_too(self):
         error = json.loads(self.qvctl("device", "show", "nothing", "--json", status=6).stderr)["error"]

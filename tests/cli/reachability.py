@@ -60,6 +60,15 @@ class Manual(unittest.TestCase):
     def test_it_names_every_global_option(self):
         self.assertEqual([row["option"] for row in ROWS if "option" in row and f"*{row['option']}*" not in self.text], [])
 
+    def test_it_names_every_switch_of_the_environment(self):
+        section = self.text.split("# ENVIRONMENT")[1].split("# EXAMPLES")[0]
+        sources = FUNCTIONS.parent.parent / "cli"
+        used = {name for path in sources.rglob("*.cpp")
+                for name in re.findall(r'(?:getenv|variable|environment)\("([A-Z_]+)"', path.read_text())}
+        self.assertLessEqual({"NO_COLOR", "QVCTL_LOCATION"}, used)
+        missing = [name for name in sorted(used) if name.startswith(("QUORVEL_", "QVCTL_", "NO_")) and f"*{name}*" not in section]
+        self.assertEqual(missing, [])
+
     def test_it_has_the_table_of_exit_statuses(self):
         section = self.text.split("# EXIT STATUS")[1].split("# ENVIRONMENT")[0]
         for row in ROWS:
