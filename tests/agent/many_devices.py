@@ -7,6 +7,7 @@ linearly longer.
 
 import json
 import os
+import resource
 import socket
 import subprocess
 import sys
@@ -14,8 +15,9 @@ import tempfile
 import time
 
 FEW, MANY = 1000, 10000
-# Ten times the devices may take ten times as long; half as much again is the machine's.
-MOST = 1.5 * MANY / FEW
+# Ten times the devices may take ten times as long; twice that is the machine's. Time on a processor is what counts:
+# others use the machine, too.
+MOST = 2 * MANY / FEW
 MODELS = ["light.color", "light.dimmer", "plug.meter", "sensor.motion", "thermostat.room"]
 
 
@@ -56,11 +58,16 @@ def stop(agent):
     agent.wait(timeout=60)
 
 
-def listed(environment):
-    began = time.monotonic()
+def listed(environment, agent):
+    """How many devices a client lists, and for how long the two of them ran."""
+    def ran():
+        usage = resource.getrusage(resource.RUSAGE_CHILDREN)
+        return usage.ru_utime + usage.ru_stime + on_processor(agent)
+
+    began = ran()
     done = subprocess.run([QVCTL, "device", "list", "-o", "jsonl", "--timeout", "60s"], env=environment, check=True,
                           capture_output=True, text=True)
-    return done.stdout.count("\n"), time.monotonic() - began
+    return done.stdout.count("\n"), ran() - began
 
 
 def measured(directory, count):
@@ -75,9 +82,9 @@ def measured(directory, count):
         agent, _, ran = start(environment, "--home", f"{home}/home.yaml")
         starts.append(ran)
         for _ in range(2):
-            found, took = listed(environment)
+            found, ran = listed(environment, agent)
             assert found == count, f"{found} devices of {count}"
-            lists.append(took)
+            lists.append(ran)
         stop(agent)
     return min(starts), min(lists)
 
