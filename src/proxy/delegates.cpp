@@ -60,9 +60,9 @@ bool end_life(Delegate& delegate)
 }
 
 /// A list that no proxy of ours shows is walked as it stands.
-Delegate* find_in(GList* list, int id, int seq_id)
+Delegate* find_in(GList* const* first, int id, int seq_id)
 {
-    for (; list != nullptr; list = list->next) {
+    for (const GList* list = first != nullptr ? *first : nullptr; list != nullptr; list = list->next) {
         auto* const delegate = static_cast<Delegate*>(list->data);
         if (delegate != nullptr && delegate->seq_id == seq_id && delegate->id == id)
             return delegate;
@@ -375,8 +375,8 @@ Firing::Firing(const Listed& listed, int id, int seq_id, const CallSite& at) : l
 {
     {
         const std::lock_guard lock{locks::delegates};
-        Delegate* const found = listed.proxy != nullptr ? listed.proxy->index.find(id, seq_id)
-                                                        : find_in(*listed.list, id, seq_id);
+        Delegate* const found =
+            listed.proxy != nullptr ? listed.proxy->index.find(id, seq_id) : find_in(listed.list, id, seq_id);
         if (found == nullptr || found->ended || found->fired)
             return;
         delegate_ = DelegateRef{found};
