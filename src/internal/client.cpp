@@ -1,5 +1,7 @@
 #include "internal/client.hpp"
 
+#include <cstddef>
+#include <cstring>
 #include <new>
 #include <utility>
 
@@ -26,10 +28,11 @@ void Client::drop() noexcept
 
 void Client::clear_callbacks()
 {
+    // All but the first field: calls look at the proxy without the lock.
+    constexpr std::size_t first = offsetof(ClientFields, connection_state);
+    auto* const fields = reinterpret_cast<char*>(static_cast<ClientFields*>(this));
     const std::lock_guard lock{locks::clients};
-    rpc_port_proxy_qv_client_h const proxy = rpc_h;
-    static_cast<ClientFields&>(*this) = ClientFields{};
-    set_proxy(proxy);
+    std::memset(fields + first, 0, sizeof(ClientFields) - first);
 }
 
 void Client::keep(void* object, void (*release)(void*))

@@ -36,6 +36,12 @@ std::string& planted()
 
 bool is_case = false;  // this process was forked for one
 
+unsigned seed_of_environment()
+{
+    const char* const seed = std::getenv("QUORVEL_TEST_SEED");
+    return seed != nullptr ? static_cast<unsigned>(std::strtoul(seed, nullptr, 10)) : 1;
+}
+
 constexpr unsigned seconds_with_a_fault = 5;  // it is to be found, soon
 constexpr std::size_t most_failures_told = 20;
 
@@ -47,7 +53,7 @@ bool is_planted(std::string_view fault)
 }
 
 Proof::Proof(int argc, char** argv, std::string name, long goal)
-    : program_{argv[0]}, name_{std::move(name)}, goal_{goal}, seed_{1}
+    : program_{argv[0]}, name_{std::move(name)}, goal_{goal}, seed_{seed_of_environment()}
 {
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     for (int i = 1; i < argc; ++i) {

@@ -11,7 +11,7 @@
 //     program [--only CASE] [--planted FAULT] [--seed N] [--list]
 //
 // QUORVEL_TEST_SCALE says how much of the whole is done: "all", or a share of it that is spread over all of
-// it.
+// it. QUORVEL_TEST_SEED is the seed, unless --seed gives another.
 #ifndef QUORVEL_TESTS_TORTURE_RUNNER_HPP
 #define QUORVEL_TESTS_TORTURE_RUNNER_HPP
 
