@@ -193,9 +193,13 @@ private:
 
     void listen()
     {
-        note("set_device_list_updated_cb",
-             quorvel_client_set_device_list_updated_cb(
-                 handle_, counted<quorvel_client_device_list_updated_cb>, &events));
+        note("set_device_list_updated_cb", quorvel_client_set_device_list_updated_cb(
+                                               handle_,
+                                               [](quorvel_client_device_h* list, int count, void*) {
+                                                   ++events;
+                                                   release(list, count, quorvel_client_device_destroy);
+                                               },
+                                               nullptr));
         note("set_notification_cb",
              quorvel_client_set_notification_cb(handle_, counted<quorvel_client_notification_cb>, &events));
     }
