@@ -374,7 +374,7 @@ private:
             return complete_ = false;
         constexpr std::uintptr_t most_between = 16;  // a length, and what little may stand before it
         const char** text = texts_ + text_count_;
-        auto end = text_count_ != 0 ? reinterpret_cast<std::uintptr_t>(piece_end_) : 0;
+        auto end = text_count_ != 0 ? piece_end_ : 0;
         bool is_one_piece = is_one_piece_;
         text_count_ += count;
         for (; count > 0; --count, ++text) {
@@ -385,7 +385,7 @@ private:
             is_one_piece = is_one_piece && (begin - end <= most_between || end == 0);
             end = begin + static_cast<unsigned>(length) + 1;
         }
-        piece_end_ = reinterpret_cast<const char*>(end);
+        piece_end_ = end;
         is_one_piece_ = is_one_piece;
         return true;
     }
@@ -394,7 +394,7 @@ private:
     std::size_t text_size() const
     {
         if (is_one_piece_)
-            return text_count_ != 0 ? static_cast<std::size_t>(piece_end_ - *texts_) : 0;
+            return text_count_ != 0 ? piece_end_ - reinterpret_cast<std::uintptr_t>(*texts_) : 0;
         std::size_t size = 0;
         for (std::size_t i = 0; i < text_count_; ++i)
             size += std::strlen(texts_[i]) + 1;
@@ -406,7 +406,7 @@ private:
     {
         if (is_one_piece_ && text_count_ != 0) {
             const char* const from = *texts_;
-            std::memcpy(to, from, static_cast<std::size_t>(piece_end_ - from));
+            std::memcpy(to, from, piece_end_ - reinterpret_cast<std::uintptr_t>(from));
             for (std::size_t i = 0; i < text_count_; ++i)
                 texts_[i] = to + (texts_[i] - from);
         } else {
@@ -482,9 +482,9 @@ private:
     bool complete_ = true;
     FieldValue values_[max_fields] = {};
     std::size_t text_count_ = 0;
-    std::size_t vector_size_ = 0;  ///< of the lists' vectors
-    const char* piece_end_ = nullptr;
-    bool is_one_piece_ = true;  ///< the texts lie one after the other, up to there
+    std::size_t vector_size_ = 0;   ///< of the lists' vectors
+    std::uintptr_t piece_end_ = 0;  // a number, since texts of different pieces are compared
+    bool is_one_piece_ = true;      ///< the texts lie one after the other, up to there
     std::size_t text_capacity_ = 128;
     const char* inline_texts_[128];
     const char** texts_ = inline_texts_;
