@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "calls.hpp"
+#include "caller.hpp"
 #include "examine.hpp"
 #include "failing_allocations.hpp"
 #include "fake_port.hpp"
@@ -63,7 +63,7 @@ public:
         }
     }
     int number() override { return input_.byte() % 4 == 0 ? input_.number() : input_.byte() % 8; }
-    bool truth() override { return input_.byte() % 2 != 0; }
+    bool flag() override { return input_.byte() % 2 != 0; }
     bool has_callback() override { return input_.byte() % 8 != 0; }
     void fill(const quorvel::proxy::RecordType& type, void* record) override
     {
@@ -81,12 +81,7 @@ public:
         if (ends_ || depth_ >= kDeepest || input_.empty() || steps_ >= kMostSteps)
             return;
         ++depth_;
-        // The parameters of the call in progress stay its own.
-        void* const list = std::exchange(list_parameter, nullptr);
-        const int texts = std::exchange(texts_given, -1);
         step();
-        list_parameter = list;
-        texts_given = texts;
         --depth_;
     }
 
@@ -128,31 +123,39 @@ private:
                 break;
             case 2: {
                 const int first = 1 + input_.byte() % 8;
-                const FailingAllocation nth{first, 1 + input_.byte() % 3};
+                const int how_many = 1 + input_.byte() % 3;
                 const bool before = std::exchange(wire::memory_may_fail, true);
-                call();
+                call([&](calls::Attempt& attempt) {
+                    const FailingAllocation nth{first, how_many};
+                    attempt.call();
+                });
                 wire::memory_may_fail = before;
                 break;
             }
             default:
-                call();
+                call([](calls::Attempt& attempt) { attempt.call(); });
                 break;
         }
     }
 
-    void call()
+    template <typename How>
+    void call(How how)
     {
-        const auto calls = wire::public_calls();
-        const std::size_t which = input_.below(calls.size());
+        const auto rows = calls::public_rows();
+        const calls::Row& row = rows[input_.below(rows.size())];
         // A second connection is refused while the first is there; its handle would be lost here.
-        if (std::string_view{calls[which].name} == "quorvel_client_disconnect") {
+        if (row.name == "quorvel_client_disconnect") {
             quorvel_client_h const handle = client();
             quorvel_client_disconnect(handle);
             if (handle == live_)
                 stale_ = std::exchange(live_, nullptr);
             return;
         }
-        calls[which].call(*this);
+        calls::Attempt attempt{row, *this};
+        how(attempt);
+        attempt.settle();
+        if (quorvel_client_h const made = attempt.take_client())
+            connected(made);
     }
 
     void event()
@@ -175,7 +178,7 @@ private:
 
     void connect()
     {
-        wire::public_calls()[0].call(*this);
+        wire::Caller::call(calls::row_of("quorvel_client_connect"));
         if (live_ != nullptr)
             port_.tell_connected();
     }

@@ -1,7 +1,7 @@
 // A caller whose records hold what the input says, for the getters of their properties.
 #pragma once
 
-#include "calls.hpp"
+#include "caller.hpp"
 #include "fake_port.hpp"
 #include "input.hpp"
 
@@ -18,7 +18,7 @@ public:
     const char* text() override { return "text"; }
     int number() override { return 1; }
     int property() override { return id; }
-    bool truth() override { return true; }
+    bool flag() override { return true; }
     void fill(const quorvel::proxy::RecordType& type, void* record) override
     {
         rpc_port_parcel_h parcel = wire::parcel_of(record_);
@@ -35,16 +35,18 @@ private:
 /// are flags in some families and numbers in others.
 inline void ask_all(PropertyCaller& caller, const quorvel::proxy::RecordType& type)
 {
-    for (const wire::PublicCall& each : wire::public_calls()) {
-        if (each.property_of != &type)
+    for (const calls::Row& each : calls::public_rows()) {
+        const bool is_accessor = each.record != nullptr && !each.takes_client && !each.consumes()
+                                 && each.types[0].shape == calls::Shape::pointer;
+        if (!is_accessor || &wire::record_type(*each.record) != &type)
             continue;
         for (int i = -1; i < 34; ++i) {
             caller.id = i;
-            each.call(caller);
+            caller.call(each);
         }
         for (int bit = 6; bit < 31; ++bit) {
             caller.id = 1 << bit;
-            each.call(caller);
+            caller.call(each);
         }
     }
 }

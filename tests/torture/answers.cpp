@@ -1,7 +1,7 @@
 // The agent that answers everything well.
 #include <catalogue/qv_client_catalogue.hpp>
 
-#include "calls.hpp"
+#include "good_calls.hpp"
 
 namespace torture {
 

@@ -103,10 +103,7 @@ std::vector<std::vector<Change>> changes_of(const Row& row, bool is_whole)
         }
         if (type.shape == Shape::number) {
             // A number behind a list is its length: more than there is would be read.
-            const bool is_length = place > 0
-                                   && (row.types[place - 1].shape == Shape::texts
-                                       || row.types[place - 1].shape == Shape::objects);
-            for (const int number : {INT_MIN, -1, 0, 1, is_length ? 2 : INT_MAX})
+            for (const int number : {INT_MIN, -1, 0, 1, row.is_length(place) ? 2 : INT_MAX})
                 all.push_back({{.place = place, .to = Change::To::number, .number = number}});
         }
         if (type.shape == Shape::text) {

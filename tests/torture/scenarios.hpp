@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "calls.hpp"
+#include "good_calls.hpp"
 #include "runner.hpp"
 
 namespace torture {

@@ -1,6 +1,7 @@
 #include "interface.hpp"
 
 #include <cstdlib>
+#include <string_view>
 #include <tuple>
 #include <type_traits>
 
@@ -48,7 +49,7 @@ struct DelegateOf {
     static constexpr bool is_delegate = false;
 };
 
-#define QV_DELEGATE(name)                                                                               \
+#define DELEGATE(name)                                                                                  \
     template <>                                                                                         \
     struct DelegateOf<rpc_port_qv_client_##name##_h> {                                                  \
         using Handle = rpc_port_qv_client_##name##_h;                                                   \
@@ -71,7 +72,7 @@ struct DelegateOf {
             return static_cast<const std::remove_pointer_t<Handle>*>(delegate)->seq_id;                 \
         }                                                                                               \
     };
-#include "interface_lists.inc"
+#include "rows.inc"
 
 int id_of(const DelegateKind& kind)
 {
@@ -180,14 +181,28 @@ struct CallOf<function> {
     }
 };
 
+ObjectKind object_kind(const char* name, const RecordType& type)
+{
+    return {name, &type, nullptr};
+}
+
+ObjectKind object_kind(const char* name, const ArrayType& type)
+{
+    return {name, nullptr, &type};
+}
+
+const char* method_name(const char* function)
+{
+    return function + std::string_view{"rpc_port_proxy_qv_client_invoke_"}.size();
+}
+
 }  // namespace
 
 std::span<const ObjectKind> objects()
 {
     static const ObjectKind all[] = {
-#define QV_RECORD(name) {#name, &quorvel::proxy::name, nullptr},
-#define QV_ARRAY(name) {#name, nullptr, &quorvel::proxy::name},
-#include "interface_lists.inc"
+#define RECORD(name) object_kind(#name, quorvel::proxy::name),
+#include "rows.inc"
     };
     return all;
 }
@@ -195,7 +210,7 @@ std::span<const ObjectKind> objects()
 std::span<const DelegateKind> delegates()
 {
     static DelegateKind all[] = {
-#define QV_DELEGATE(name)                                                           \
+#define DELEGATE(name)                                                              \
     {#name,                                                                         \
      0,                                                                             \
      [](bool once, void* user_data) -> void* {                                      \
@@ -204,7 +219,7 @@ std::span<const DelegateKind> delegates()
      DelegateOf<rpc_port_qv_client_##name##_h>::destroy,                            \
      DelegateOf<rpc_port_qv_client_##name##_h>::dispose,                            \
      DelegateOf<rpc_port_qv_client_##name##_h>::seq_id},
-#include "interface_lists.inc"
+#include "rows.inc"
     };
     static const bool ids_known = [] {
         for (DelegateKind& kind : all)
@@ -218,8 +233,8 @@ std::span<const DelegateKind> delegates()
 std::span<const Method> methods()
 {
     static const Method all[] = {
-#define QV_METHOD(name) {#name, CallOf<rpc_port_proxy_qv_client_invoke_##name>::call},
-#include "interface_lists.inc"
+#define INVOKE(function) {method_name(#function), CallOf<function>::call},
+#include "rows.inc"
     };
     return all;
 }

@@ -12,13 +12,12 @@
 #include <sys/wait.h>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <initializer_list>
 #include <string>
 
-#include "calls.hpp"
+#include "caller.hpp"
 #include "examine.hpp"
 #include "scale.hpp"
 
@@ -37,7 +36,7 @@ public:
     const char* text() override { return texts_[next_++ % std::size(texts_)]; }
     int number() override { return 1; }
     int property() override { return property_++ % 40; }
-    bool truth() override { return true; }
+    bool flag() override { return true; }
 
 private:
     static constexpr const char* texts_[] = {"text", "{}", "tv-living", "1"};
@@ -111,7 +110,7 @@ extern "C" void tell_of_violation(int, siginfo_t* info, void*)
 [[noreturn]] void be_the_application()
 {
     Application application;
-    wire::public_calls()[0].call(application);
+    application.call(calls::row_of("quorvel_client_connect"));
     int state = 0;
     for (int i = 0; i < 500 && quorvel_client_get_state(application.handle, &state) != 0; ++i)
         iterate(20);
@@ -122,23 +121,23 @@ extern "C" void tell_of_violation(int, siginfo_t* info, void*)
     sigaction(SIGSYS, &action, nullptr);
     give_up_rights();
 
-    long calls = 0;
+    long made = 0;
     long well = 0;
     for (int round = 0; round < 3; ++round) {
-        for (const wire::PublicCall& each : wire::public_calls()) {
-            if (std::strcmp(each.name, "quorvel_client_disconnect") == 0)
+        for (const calls::Row& each : calls::public_rows()) {
+            if (each.name == "quorvel_client_disconnect")
                 continue;
-            well += each.call(application) == 0 ? 1 : 0;
-            ++calls;
+            well += application.call(each) == 0 ? 1 : 0;
+            ++made;
         }
         iterate(100);
     }
     quorvel_client_disconnect(application.handle);
     application.handle = nullptr;
-    ++calls;
-    wire::report("public functions without a right too much", static_cast<long>(wire::public_calls().size()),
+    ++made;
+    wire::report("public functions without a right too much", static_cast<long>(calls::public_rows().size()),
                  233);
-    std::printf("%ld calls, %ld of them answered with 0; not one thing that is not allowed\n", calls, well);
+    std::printf("%ld calls, %ld of them answered with 0; not one thing that is not allowed\n", made, well);
     std::fflush(stdout);
     violation_is_expected = 1;
     static_cast<void>(open("/dev/null", O_WRONLY));

@@ -1,37 +1,32 @@
-// Everything that can be called, and how to call it well.
+// Everything that can be called, and how to call it.
 //
 // Problem: each promise of the library is proved over all of its functions, so every proof needs to know how
-// each is called: its arguments, what the agent answers, what is released afterwards. Written once per proof
-// and function that would be thousands of lines, and one that is forgotten would be missed by nobody.
+// each is called: its arguments, what is released afterwards. Written once per proof and function that would
+// be thousands of lines, and one that is forgotten would be missed by nobody.
 //
 // Here the list comes from the files that decide what there is (see make_rows.py), and the arguments from the
-// C types of the functions: a text in, a record in, a list out. What the types do not tell (which record,
-// which property) stands in one small table. An agent that knows the interface's catalogue answers every
-// request well.
+// C types of the functions: a text in, a record in, a list out. Where their values come from is each proof's
+// own: a Source gives them. What is handed out is looked at by whoever listens (Ears), and released.
 //
 //     for (const Row& row : rows())
-//         Attempt{row, client}.run();
+//         Attempt{row, source}.run();
 //
-// An attempt can be made worse at one or two places (Change), tells what it broke, and releases what it was
-// given.
-#ifndef QUORVEL_TESTS_TORTURE_CALLS_HPP
-#define QUORVEL_TESTS_TORTURE_CALLS_HPP
+// An attempt can be made worse at one or two places (Change), and tells what it broke.
+#ifndef QUORVEL_TESTS_CALLS_HPP
+#define QUORVEL_TESTS_CALLS_HPP
 
 #include <quorvel_client.h>
 #include <quorvel_client_proxy.h>
 
 #include <atomic>
 #include <functional>
-#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
-#include "catalogue/catalogue.hpp"
-#include "scripted.hpp"
-
-namespace torture {
+namespace calls {
 
 // ---------------------------------------------------------------------------------------------------------------
 // Types
@@ -108,53 +103,65 @@ struct Row {
     Family family;
     std::string_view name;
     bool takes_client;
+    const Known* record;  // what a public function's void* is, where it is one of a record
     std::span<const Type> types;
     Answered (*call)(const Slot* slots);
 
     /// What a successful call releases its first argument.
     bool consumes() const;
+    /// Whether this argument names a property of the record before it.
+    bool names_property(std::size_t place) const;
+    /// Whether this argument is the length of the list before it.
+    bool is_length(std::size_t place) const;
     /// The delegate type that a function of the family of delegates is one of.
     const Known* known_delegate() const;
 };
 
 std::span<const Row> rows();
+/// Those of the public interface, in the order of its headers.
+std::span<const Row> public_rows();
 const Row& row_of(std::string_view name);  // one that is not there ends the program
 const Known& known_type_named(std::string_view name);
-
-// ---------------------------------------------------------------------------------------------------------------
-// The agent
-
-/// The description's catalogue.
-const quorvel::catalogue::Interface& description();
-/// A good value of a type: what an agent would send.
-scripted::Values sample(const quorvel::catalogue::Type& type, std::string_view name);
-scripted::Values sample(std::span<const quorvel::catalogue::Parameter> parameters);
-/// From now on the agent answers all that it is asked, and well.
-void answer_everything();
-/// The same, but each answer says that it is refused: with the values that a good one has.
-void refuse_everything();
-scripted::Values good_answer(const scripted::Sent& request);
-
-/// The delegate that came with a request.
-struct SentDelegate {
-    int id = 0;
-    int seq_id = 0;
-    bool once = false;
-};
-/// Those of all requests that brought one, in their order.
-std::vector<SentDelegate> sent_delegates();
-/// Its callback, with good parameters.
-void fire(const SentDelegate& delegate);
+/// What a record says of itself.
+const Known& known_type_of(void* record);
 
 // ---------------------------------------------------------------------------------------------------------------
 // Calls
 
-/// What the listening callbacks heard, and what they do then.
+/// What the listening callbacks heard, and what they do then; who looks at what they and the calls hand out.
 struct Ears {
     std::atomic<int> heard = 0;
     std::function<void()> action;
+    std::function<void(const char* text)> on_text;
+    std::function<void(const Known& type, void* record)> on_record;
 };
 Ears& ears();
+
+/// Where the values of a call come from.
+class Source {
+public:
+    Source() = default;
+    virtual ~Source() = default;
+    Source(const Source&) = delete;
+    Source& operator=(const Source&) = delete;
+
+    virtual quorvel_client_h client() = 0;
+    virtual const char* text() = 0;
+    virtual std::vector<const char*> texts() = 0;
+    virtual int number_for(const Row& row, std::size_t place) = 0;
+    virtual bool flag() = 0;
+    virtual bool has_callback() { return true; }
+    /// A record for that call. It comes back unless the call releases it.
+    virtual void* record(const Known& type, const Row& row) = 0;
+    virtual void give_back(const Known& type, void* record) { type.destroy(record); }
+
+    // What only functions of the proxy's take.
+    virtual rpc_port_proxy_qv_client_h proxy() { return nullptr; }
+    virtual bundle* dictionary() { return nullptr; }
+    /// What a callback brings, and what a registration sends.
+    virtual rpc_port_parcel_h parameters_of(const Known&) { return nullptr; }
+    virtual rpc_port_parcel_h written(const Known&) { return nullptr; }
+};
 
 /// One argument that is not as it should be.
 struct Change {
@@ -166,8 +173,8 @@ struct Change {
 
 class Attempt {
 public:
-    /// Prepares good arguments. Without a client, a function that wants one gets NULL.
-    Attempt(const Row& row, quorvel_client_h client, std::span<const Change> changes = {});
+    /// Prepares the arguments.
+    Attempt(const Row& row, Source& source, std::span<const Change> changes = {});
     ~Attempt();
     Attempt(const Attempt&) = delete;
     Attempt& operator=(const Attempt&) = delete;
@@ -197,7 +204,7 @@ private:
     int number_behind(std::size_t place) const;
 
     const Row& row_;
-    quorvel_client_h client_;
+    Source& source_;
     rpc_port_proxy_qv_client_h proxy_;
     std::vector<Place> places_;
     std::vector<Slot> slots_;
@@ -207,16 +214,6 @@ private:
     std::string complaint_;
 };
 
-/// Codes that the headers tell of, and those that some functions pass on as they come.
-bool is_documented(int code);
-
-/// Connects a client: the agent is installed and answers everything.
-quorvel_client_h connect();
-/// The record at the beginning of a client shows its proxy.
-rpc_port_proxy_qv_client_h proxy_of(quorvel_client_h client);
-/// Whether a call that always worked still does.
-bool ordinary_call_works(quorvel_client_h client);
-
-}  // namespace torture
+}  // namespace calls
 
 #endif

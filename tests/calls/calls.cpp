@@ -32,7 +32,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace torture {
+namespace calls {
 
 namespace {
 
@@ -41,7 +41,7 @@ namespace {
 
 /// Something that a callback of the public interface is given, and has to release.
 struct Given {
-    enum class What { other, record, records, texts } what = What::other;
+    enum class What { other, text, record, records, texts } what = What::other;
     void* pointer = nullptr;
     int number = 0;
 };
@@ -49,7 +49,9 @@ struct Given {
 template <typename Value>
 Given given(Value value)
 {
-    if constexpr (std::is_same_v<Value, void*>)
+    if constexpr (std::is_same_v<Value, const char*>)
+        return {Given::What::text, const_cast<char*>(value)};
+    else if constexpr (std::is_same_v<Value, void*>)
         return {Given::What::record, value};
     else if constexpr (std::is_same_v<Value, void**>)
         return {Given::What::records, value};
@@ -61,30 +63,56 @@ Given given(Value value)
         return {};
 }
 
-void release_record(void* record);
-
-void release(const Given& list, int count)
+void look_at_text(const void* text)
 {
-    auto** const elements = static_cast<void**>(list.pointer);
-    for (int i = 0; i < count; ++i) {
-        if (list.what == Given::What::records)
-            release_record(elements[i]);
-        else
-            std::free(elements[i]);
-    }
-    std::free(list.pointer);
+    if (ears().on_text && text != nullptr)
+        ears().on_text(static_cast<const char*>(text));
+}
+
+void release_text(void* text)
+{
+    look_at_text(text);
+    std::free(text);
+}
+
+void release_record(void* record)
+{
+    if (record == nullptr)
+        return;
+    const Known& type = known_type_of(record);
+    if (ears().on_record)
+        ears().on_record(type, record);
+    type.destroy(record);
+}
+
+void release_list(void* list, int count, void (*release_element)(void*))
+{
+    auto** const elements = static_cast<void**>(list);
+    for (int i = 0; elements != nullptr && i < count; ++i)
+        release_element(elements[i]);
+    std::free(list);
 }
 
 void hear(std::span<const Given> values)
 {
     ++ears().heard;
     for (std::size_t i = 0; i < values.size(); ++i) {
-        if (values[i].pointer == nullptr)
-            continue;
-        if (values[i].what == Given::What::record)
-            release_record(values[i].pointer);
-        else
-            release(values[i], values[i + 1].number);
+        switch (values[i].what) {
+            case Given::What::other:
+                break;
+            case Given::What::text:
+                look_at_text(values[i].pointer);
+                break;
+            case Given::What::record:
+                release_record(values[i].pointer);
+                break;
+            case Given::What::records:
+                release_list(values[i].pointer, values[i + 1].number, release_record);
+                break;
+            case Given::What::texts:
+                release_list(values[i].pointer, values[i + 1].number, release_text);
+                break;
+        }
     }
     if (ears().action)
         ears().action();
@@ -142,17 +170,13 @@ int dispose_delegate(rpc_port_proxy_qv_client_h proxy, void* delegate)
     return dispose(proxy, static_cast<Handle>(delegate));
 }
 
-#define PUBLIC(...)
-#define INVOKE(...)
-#define RECORD_FUNCTION(...)
-#define DELEGATE_FUNCTION(...)
-
 #define RECORD(type)                                                               \
     constexpr Known known_##type{                                                  \
         .name = #type,                                                             \
         .destroy = destroy_object<rpc_port_##type##_h, rpc_port_##type##_destroy>, \
         .create = create_object<rpc_port_##type##_h, rpc_port_##type##_create>,    \
     };                                                                             \
+    constexpr const Known* record_##type = &known_##type;                          \
     template <>                                                                    \
     constexpr const Known* known_type<rpc_port_##type##_h> = &known_##type;
 #define DELEGATE(type)                                                                                    \
@@ -170,42 +194,19 @@ int dispose_delegate(rpc_port_proxy_qv_client_h proxy, void* delegate)
     template <>                                                                                           \
     constexpr const Known* known_type<rpc_port_qv_client_##type##_h> = &known_##type;
 #include "rows.inc"
-#undef RECORD
-#undef DELEGATE
+
+constexpr const Known* record_none = nullptr;
 
 constexpr const Known* known_types[] = {
 #define RECORD(type) &known_##type,
 #define DELEGATE(type) &known_##type,
 #include "rows.inc"
-#undef RECORD
-#undef DELEGATE
 };
-#undef PUBLIC
-#undef INVOKE
-#undef RECORD_FUNCTION
-#undef DELEGATE_FUNCTION
 
 /// Every record begins with the functions that write and read it, which tell its type.
 rpc_port_parcelable_t& parcelable_of(void* record)
 {
     return *static_cast<rpc_port_parcelable_t*>(record);
-}
-
-void release_record(void* record)
-{
-    static const auto destroyers = [] {
-        std::map<decltype(rpc_port_parcelable_t::to), const Known*> found;
-        for (const Known* const known : known_types) {
-            if (known->is_delegate)
-                continue;
-            void* const made = known->create();
-            found.emplace(parcelable_of(made).to, known);
-            known->destroy(made);
-        }
-        return found;
-    }();
-    if (record != nullptr)
-        destroyers.at(parcelable_of(record).to)->destroy(record);
 }
 
 template <typename Parameter>
@@ -303,131 +304,14 @@ private:
 };
 
 constexpr Row all_rows[] = {
-#define RECORD(...)
-#define DELEGATE(...)
-#define ROW(family, function, client) \
-    {Row::Family::family, #function, client, Thunk<&function>::types, Thunk<&function>::call},
-#define PUBLIC(function, client) ROW(public_api, function, client)
-#define INVOKE(function) ROW(invoke, function, false)
-#define RECORD_FUNCTION(function) ROW(record, function, false)
-#define DELEGATE_FUNCTION(function) ROW(delegate, function, false)
+#define ROW(family, function, client, record) \
+    {Row::Family::family, #function, client, record, Thunk<&function>::types, Thunk<&function>::call},
+#define PUBLIC(function, client, type) ROW(public_api, function, client, record_##type)
+#define INVOKE(function) ROW(invoke, function, false, nullptr)
+#define RECORD_FUNCTION(function) ROW(record, function, false, nullptr)
+#define DELEGATE_FUNCTION(function) ROW(delegate, function, false, nullptr)
 #include "rows.inc"
 };
-
-// ---------------------------------------------------------------------------------------------------------------
-// What the types do not tell
-
-/// The type of the records that a family of public functions works on, by how their names begin. The longest
-/// beginning decides.
-constexpr std::pair<std::string_view, std::string_view> record_types[] = {
-    {"quorvel_client_device_", "device_s"},
-    {"quorvel_client_device_detail_", "device_detail_s"},
-    {"quorvel_client_group_", "group_s"},
-    {"quorvel_client_scene_", "scene_s"},
-    {"quorvel_client_add_app_launch_condition", "app_launch_condition_s"},
-    {"quorvel_client_remove_app_launch_condition", "app_launch_condition_s"},
-    {"quorvel_client_is_app_launch_condition_added", "app_launch_condition_s"},
-    {"quorvel_client_app_launch_condition_", "app_launch_condition_s"},
-    {"quorvel_client_easy_setup_access_point_", "access_point_s"},
-    {"quorvel_client_easy_setup_destroy_access_point", "access_point_s"},
-    {"quorvel_client_easy_setup_device_pro", "device_prop_s"},
-    {"quorvel_client_easy_setup_cloud_pro", "cloud_prop_s"},
-    {"quorvel_client_easy_setup_device_conf_", "device_conf_s"},
-    {"quorvel_client_provisioning_info_", "easy_setup_prov_info_s"},
-    {"quorvel_client_file_", "transfer_data_s"},
-    {"quorvel_client_self_sign_up_info_", "self_signup_info_s"},
-    {"quorvel_core_device_", "core_device_s"},
-    {"quorvel_core_device_group_", "device_group_s"},
-    {"quorvel_core_location_", "location_s"},
-    {"quorvel_core_room_", "room_s"},
-    {"quorvel_core_favorite_", "favorite_s"},
-    {"quorvel_core_rule_", "core_rule_s"},
-    {"quorvel_core_scene_", "core_scene_s"},
-    {"quorvel_core_installed_app_", "installed_app_s"},
-};
-
-/// The numbers that are good where 1 is not: mostly properties.
-const std::map<std::string_view, int> good_numbers = {
-    {"quorvel_client_device_get_string", 0},
-    {"quorvel_client_device_detail_get_int", QUORVEL_CLIENT_DEVICE_DETAIL_PROP_RESOURCE_COUNT},
-    {"quorvel_client_device_detail_get_string", QUORVEL_CLIENT_DEVICE_DETAIL_PROP_GROUP_ID},
-    {"quorvel_client_device_detail_get_string_array", QUORVEL_CLIENT_DEVICE_DETAIL_PROP_RESOURCE_URIS},
-    {"quorvel_client_group_get_string_array", QUORVEL_CLIENT_GROUP_PROP_DEVICE_LIST_V1},
-    {"quorvel_client_easy_setup_initialize", QUORVEL_CLIENT_EASY_SETUP_TYPE_HOST_ADDRESS},
-    {"quorvel_client_easy_setup_access_point_get_string", 0},
-    {"quorvel_client_easy_setup_device_property_set_string", 0},
-    {"quorvel_client_easy_setup_device_property_get_string", 0},
-    {"quorvel_client_easy_setup_device_property_set_string_array", 13},
-    {"quorvel_client_easy_setup_device_property_get_string_array", 13},
-    {"quorvel_client_easy_setup_cloud_property_set_string", 0},
-    {"quorvel_client_easy_setup_cloud_property_get_string", 0},
-    {"quorvel_client_easy_setup_device_conf_get_bool", 0},
-    {"quorvel_client_easy_setup_device_conf_get_int", QUORVEL_CLIENT_EASY_SETUP_DEVICE_CONF_PROP_FREQ},
-    {"quorvel_client_easy_setup_device_conf_get_string",
-     QUORVEL_CLIENT_EASY_SETUP_DEVICE_CONF_PROP_DEVICE_NAME},
-    {"quorvel_client_easy_setup_device_conf_get_int_array",
-     QUORVEL_CLIENT_EASY_SETUP_DEVICE_CONF_PROP_WIFI_MODES},
-    {"quorvel_client_provisioning_info_get_bool", QUORVEL_CLIENT_PROVISIONING_INFO_PROP_OWNED},
-    {"quorvel_client_provisioning_info_get_int", QUORVEL_CLIENT_PROVISIONING_INFO_PROP_OTM_SUPPORT},
-    {"quorvel_client_provisioning_info_get_string", QUORVEL_CLIENT_PROVISIONING_INFO_PROP_SOFT_AP_ADDRESS},
-    {"quorvel_client_provisioning_info_get_string_array",
-     QUORVEL_CLIENT_PROVISIONING_INFO_PROP_PROTOCOL_LIST},
-    {"quorvel_client_self_sign_up_info_get_string", 0},
-    {"quorvel_core_device_get_string", QUORVEL_CORE_DEVICE_PROP_DEVICE_ID},
-    {"quorvel_core_device_group_get_string", QUORVEL_CORE_DEVICE_GROUP_PROP_GROUP_ID},
-    {"quorvel_core_device_group_get_int", QUORVEL_CORE_DEVICE_GROUP_PROP_RESTRICTION_TIER},
-    {"quorvel_core_location_get_string", QUORVEL_CORE_LOCATION_PROP_LOCATION_ID},
-    {"quorvel_core_room_get_string", QUORVEL_CORE_ROOM_PROP_ROOM_ID},
-    {"quorvel_core_favorite_get_string", QUORVEL_CORE_FAVORITE_PROP_FAVORITE_ID},
-    {"quorvel_core_favorite_get_int", QUORVEL_CORE_FAVORITE_PROP_SORT_ORDER},
-    {"quorvel_core_rule_get_string", QUORVEL_CORE_RULE_PROP_RULE_ID},
-    {"quorvel_core_scene_get_string", QUORVEL_CORE_SCENE_PROP_SCENE_ID},
-    {"quorvel_core_installed_app_get_string", QUORVEL_CORE_INSTALLED_APP_PROP_INSTALLED_APP_ID},
-};
-
-int good_number(std::string_view function)
-{
-    const auto found = good_numbers.find(function);
-    return found != good_numbers.end() ? found->second : 1;
-}
-
-const Known& record_type_of(std::string_view function)
-{
-    std::pair<std::string_view, std::string_view> longest;
-    for (const auto& each : record_types) {
-        if (function.starts_with(each.first) && each.first.size() > longest.first.size())
-            longest = each;
-    }
-    return known_type_named(longest.second);
-}
-
-/// A property is added, never replaced: a setter gets a record without any.
-bool wants_empty_record(std::string_view function)
-{
-    return function.find("_property_set_") != std::string_view::npos;
-}
-
-void* make_record(const Known& type, bool is_empty = false)
-{
-    void* const made = type.create();
-    if (is_empty || made == nullptr)
-        return made;
-    scripted::Values content;
-    const std::string_view name = type.name;
-    if (const auto* const record = description().record(name))
-        content = sample({.kind = quorvel::catalogue::Kind::record, .name = name, .record = record}, name);
-    else
-        content = sample(
-            {.kind = quorvel::catalogue::Kind::array, .name = name, .array = description().array(name)},
-            name);
-    rpc_port_parcel_h const parcel = scripted::make_parcel(content);
-    parcelable_of(made).from(parcel, made);
-    rpc_port_parcel_destroy(parcel);
-    return made;
-}
-
-constexpr const char* good_texts[] = {"text", "more"};
-constexpr const char* good_text = good_texts[0];
 
 char untouched_place;
 void* const untouched = &untouched_place;
@@ -446,9 +330,32 @@ const Known& known_type_named(std::string_view name)
     return **found;
 }
 
+const Known& known_type_of(void* record)
+{
+    static const auto found = [] {
+        std::map<decltype(rpc_port_parcelable_t::to), const Known*> types;
+        for (const Known* const known : known_types) {
+            if (known->is_delegate)
+                continue;
+            void* const made = known->create();
+            types.emplace(parcelable_of(made).to, known);
+            known->destroy(made);
+        }
+        return types;
+    }();
+    return *found.at(parcelable_of(record).to);
+}
+
 std::span<const Row> rows()
 {
     return all_rows;
+}
+
+std::span<const Row> public_rows()
+{
+    const auto* const end =
+        std::ranges::find_if(all_rows, [](const Row& row) { return row.family != Row::Family::public_api; });
+    return {std::begin(all_rows), end};
 }
 
 const Row& row_of(std::string_view name)
@@ -465,6 +372,18 @@ bool Row::consumes() const
 {
     return name.ends_with("_destroy") || name.find("_destroy_access_point") != std::string_view::npos
            || name == "quorvel_client_disconnect";
+}
+
+bool Row::names_property(std::size_t place) const
+{
+    return place == 1 && family == Family::public_api && !takes_client && types[0].shape == Shape::pointer
+           && types[1].shape == Shape::number;
+}
+
+bool Row::is_length(std::size_t place) const
+{
+    return place > 0 && types[place].shape == Shape::number
+           && (types[place - 1].shape == Shape::texts || types[place - 1].shape == Shape::objects);
 }
 
 const Known* Row::known_delegate() const
@@ -502,10 +421,10 @@ struct Attempt::Place {
     bool is_changed = false;
 };
 
-Attempt::Attempt(const Row& row, quorvel_client_h client, std::span<const Change> changes)
+Attempt::Attempt(const Row& row, Source& source, std::span<const Change> changes)
     : row_{row},
-      client_{client},
-      proxy_{client != nullptr && row.family != Row::Family::public_api ? proxy_of(client) : nullptr},
+      source_{source},
+      proxy_{row.family != Row::Family::public_api ? source.proxy() : nullptr},
       places_(row.types.size()),
       slots_(row.types.size())
 {
@@ -537,64 +456,60 @@ void Attempt::prepare(std::size_t place)
     Slot& slot = slots_[place];
     slot.number = 0;
     switch (type.shape) {
-        case Shape::number: {
-            const bool is_length = place > 0
-                                   && (row_.types[place - 1].shape == Shape::texts
-                                       || row_.types[place - 1].shape == Shape::objects);
-            slot.number = is_length ? 2 : good_number(row_.name);
+        case Shape::number:
+            slot.number = row_.is_length(place) ? static_cast<long long>(places_[place - 1].list.size() - 1)
+                                                : source_.number_for(row_, place);
             break;
-        }
         case Shape::flag:
-            slot.number = 1;
+            slot.number = source_.flag() ? 1 : 0;
             break;
         case Shape::text:
-            slot.pointer = const_cast<char*>(good_text);
+            slot.pointer = const_cast<char*>(source_.text());
             break;
         case Shape::texts:
-            slot.pointer = const_cast<const char**>(good_texts);
+            for (const char* const text : source_.texts())
+                kept.list.push_back(const_cast<char*>(text));
+            kept.list.push_back(nullptr);
+            slot.pointer = kept.list.data();
             break;
         case Shape::callback:
-            slot.function = type.listener();
+            slot.function = source_.has_callback() ? type.listener() : nullptr;
             break;
         case Shape::callbacks:
             slot.pointer = &kept.callbacks;
             break;
         case Shape::pointer:
             if (place == 0 && row_.takes_client)
-                slot.pointer = client_;
+                slot.pointer = source_.client();
             else if (row_.family == Row::Family::delegate
                      || (place > 0
                          && (row_.types[place - 1].shape == Shape::callback
                              || row_.types[place - 1].shape == Shape::callbacks)))
                 slot.pointer = nullptr;
             else
-                slot.pointer = kept.pointer =
-                    make_record(record_type_of(row_.name), wants_empty_record(row_.name));
+                slot.pointer = kept.pointer = source_.record(*row_.record, row_);
             break;
         case Shape::object:
             kept.pointer = type.known->is_delegate ? type.known->create_delegate(true, nullptr)
-                                                   : make_record(*type.known);
+                                                   : source_.record(*type.known, row_);
             slot.pointer = kept.pointer;
             break;
         case Shape::objects:
-            kept.list = {make_record(*type.known), make_record(*type.known)};
+            kept.list = {source_.record(*type.known, row_), source_.record(*type.known, row_), nullptr};
             slot.pointer = kept.list.data();
             break;
         case Shape::proxy:
             if (row_.consumes()) {
                 rpc_port_proxy_qv_client_h made = nullptr;
-                rpc_port_proxy_qv_client_create(good_text, &kept.callbacks, nullptr, &made);
+                rpc_port_proxy_qv_client_create(source_.text(), &kept.callbacks, nullptr, &made);
                 slot.pointer = kept.pointer = made;
             } else {
                 slot.pointer = proxy_;
             }
             break;
-        case Shape::dictionary: {
-            const auto content = sample({.kind = quorvel::catalogue::Kind::bundle, .name = ""}, "");
-            kept.pointer = scripted::make_bundle(*std::get<scripted::Dictionary>(content[0]).items);
-            slot.pointer = kept.pointer;
+        case Shape::dictionary:
+            slot.pointer = kept.pointer = source_.dictionary();
             break;
-        }
         case Shape::parcel_list:
             slot.pointer = &kept.delegates;
             break;
@@ -603,7 +518,7 @@ void Attempt::prepare(std::size_t place)
             if (row_.name.ends_with("_destroy_access_point_list")) {
                 auto** const list = static_cast<void**>(std::calloc(3, sizeof(void*)));
                 for (int i = 0; list != nullptr && i < 2; ++i)
-                    list[i] = make_record(record_type_of(row_.name));
+                    list[i] = source_.record(*row_.record, row_);
                 slot.pointer = kept.pointer = list;
                 break;
             }
@@ -627,22 +542,19 @@ void Attempt::prepare(std::size_t place)
         return;
     // A dispatch, and a delegate that is written or read: parcels that hold what is wanted.
     const Known& known = *row_.known_delegate();
-    const auto& described = *description().delegate(std::string_view{known.name});
     if (row_.name.starts_with("__qv_client_delegate_")) {
         if (type.shape == Shape::parcel_list) {
             kept.pointer = known.create_delegate(false, nullptr);
             kept.delegates = g_list_append(nullptr, kept.pointer);
         } else if (type.shape == Shape::pointer) {
-            slot.pointer = kept.pointer = scripted::make_parcel(sample(described.parameters));
+            slot.pointer = kept.pointer = source_.parameters_of(known);
         } else if (type.shape == Shape::number) {
             const auto& delegate = *static_cast<rpc_port_qv_client_device_cb_h>(places_[0].pointer);
             slot.number = place == 2 ? delegate.seq_id : delegate.id;
         }
     } else if (row_.name.starts_with("__qv_client_")) {
         slot.pointer = kept.pointer =
-            place == 0
-                ? scripted::make_parcel({scripted::i32(described.id), scripted::i32(1), scripted::flag(true)})
-                : known.create_delegate(false, nullptr);
+            place == 0 ? source_.written(known) : known.create_delegate(false, nullptr);
     }
 }
 
@@ -692,13 +604,6 @@ void Attempt::settle(std::size_t place)
     const bool is_own = pointer != untouched && pointer != nullptr;
     // Where NULL went in, what was made for the place is still ours.
     const bool is_consumed = row_.consumes() && succeeded_ && !kept.is_changed;
-    const auto release_list = [&](void (*release_element)(void*)) {
-        auto** const list = static_cast<void**>(pointer);
-        const int count = number_behind(place);
-        for (int i = 0; i < count; ++i)
-            release_element(list[i]);
-        std::free(list);
-    };
     switch (type.shape) {
         case Shape::number:
         case Shape::flag:
@@ -718,14 +623,14 @@ void Attempt::settle(std::size_t place)
                 else
                     row_.known_delegate()->destroy(pointer);
             } else {
-                release_record(pointer);
+                source_.give_back(*row_.record, pointer);
             }
             break;
         case Shape::object:
             if (!is_own || is_consumed)
                 break;
             if (!type.known->is_delegate)
-                type.known->destroy(pointer);
+                source_.give_back(*type.known, pointer);
             // One that came into the list of a proxy is disposed of there.
             else if (row_.name.ends_with("_dispose") && succeeded_ && !kept.is_changed)
                 break;
@@ -733,7 +638,9 @@ void Attempt::settle(std::size_t place)
                 type.known->destroy(pointer);
             break;
         case Shape::objects:
-            std::ranges::for_each(kept.list, type.known->destroy);
+            kept.list.pop_back();
+            for (void* const element : kept.list)
+                source_.give_back(*type.known, element);
             break;
         case Shape::proxy:
             if (is_own && !is_consumed)
@@ -751,17 +658,25 @@ void Attempt::settle(std::size_t place)
                 // A text that cannot be read to its end would end the process here.
                 if (std::strlen(static_cast<const char*>(pointer)) > 64U << 20)
                     complaint_ = "a text without an end was handed out";
-                std::free(pointer);
+                release_text(pointer);
             }
             break;
         case Shape::out_texts:
             if (is_own)
-                release_list(std::free);
+                release_list(pointer, number_behind(place), release_text);
             break;
         case Shape::out_numbers:
-        case Shape::out_bytes:
             if (is_own)
                 std::free(pointer);
+            break;
+        case Shape::out_bytes:
+            if (is_own) {
+                // All of them are there to be read.
+                static volatile unsigned sum;
+                for (int i = 0; i < number_behind(place); ++i)
+                    sum = sum + static_cast<const unsigned char*>(pointer)[i];
+                std::free(pointer);
+            }
             break;
         case Shape::out_pointer:
             if (!is_own || is_consumed)
@@ -769,8 +684,8 @@ void Attempt::settle(std::size_t place)
             if (row_.name == "quorvel_client_connect") {
                 made_client_ = pointer;
             } else if (row_.consumes()) {
-                for (int i = 0; i < 2; ++i)
-                    release_record(static_cast<void**>(pointer)[i]);
+                for (auto** element = static_cast<void**>(pointer); *element != nullptr; ++element)
+                    source_.give_back(*row_.record, *element);
                 std::free(pointer);
             } else {
                 release_record(pointer);
@@ -778,7 +693,7 @@ void Attempt::settle(std::size_t place)
             break;
         case Shape::out_pointers:
             if (is_own)
-                release_list(release_record);
+                release_list(pointer, number_behind(place), release_record);
             break;
         case Shape::out_object:
             if (is_own)
@@ -786,7 +701,7 @@ void Attempt::settle(std::size_t place)
             break;
         case Shape::out_objects:
             if (is_own)
-                release_list(release_record);
+                release_list(pointer, number_behind(place), release_record);
             break;
         case Shape::out_proxy:
             if (is_own)
@@ -799,64 +714,4 @@ void Attempt::settle(std::size_t place)
     }
 }
 
-bool is_documented(int code)
-{
-    switch (code) {
-        case QUORVEL_CLIENT_ERROR_NONE:
-        case QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY:
-        case QUORVEL_CLIENT_ERROR_PERMISSION_DENIED:
-        case QUORVEL_CLIENT_ERROR_INVALID_PARAMETER:
-        case QUORVEL_CLIENT_ERROR_NO_SPACE:
-        case QUORVEL_CLIENT_ERROR_NO_DATA:
-        case QUORVEL_CLIENT_ERROR_NETWORK_UNREACHABLE:
-        case QUORVEL_CLIENT_ERROR_NOT_SUPPORTED:
-        case QUORVEL_CLIENT_ERROR_UNKNOWN:
-        case QUORVEL_CLIENT_ERROR_OPERATION_FAILED:
-        case QUORVEL_CLIENT_ERROR_AGENT_DEFINED_1:
-        case QUORVEL_CLIENT_ERROR_AGENT_DEFINED_2:
-        case QUORVEL_CLIENT_ERROR_IO_ERROR:
-        case QUORVEL_CLIENT_ERROR_AGENT_DEFINED_3:
-        case QUORVEL_CLIENT_ERROR_LOWER_VERSION:
-        case QUORVEL_CLIENT_ERROR_AGENT_DEFINED_4:
-        case QUORVEL_CLIENT_ERROR_ALREADY_CONNECTING:
-        case QUORVEL_CLIENT_ERROR_ALREADY_CONNECTED:
-        case QUORVEL_CLIENT_ERROR_NOT_CONNECTED:
-        case -1:
-            return true;  // the proxy's own, and what the filtered registrations pass on
-        default:
-            return false;
-    }
-}
-
-namespace {
-
-void on_state(int, int, void*) {}
-
-}  // namespace
-
-quorvel_client_h connect()
-{
-    quorvel_client_h client = nullptr;
-    scripted::agent().install("2.4.0");
-    answer_everything();
-    if (quorvel_client_connect(&client, on_state, nullptr) != QUORVEL_CLIENT_ERROR_NONE)
-        return nullptr;
-    scripted::agent().connect();
-    return client;
-}
-
-rpc_port_proxy_qv_client_h proxy_of(quorvel_client_h client)
-{
-    return *static_cast<rpc_port_proxy_qv_client_h*>(client);
-}
-
-bool ordinary_call_works(quorvel_client_h client)
-{
-    char* id = nullptr;
-    const int code = quorvel_client_get_device_id(client, &id);
-    const bool works = code == QUORVEL_CLIENT_ERROR_NONE && id != nullptr;
-    std::free(id);
-    return works;
-}
-
-}  // namespace torture
+}  // namespace calls
