@@ -102,7 +102,7 @@ TEST_F(Session, IsRejectedAtTheSocketOfAnotherUser)
         const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
-        const std::string path = home.sockets() / "com.veltrane.norvik.quorvel-client.qv_client.sock";
+        const std::string path = home.socket();
         path.copy(address.sun_path, sizeof address.sun_path - 1);
         if (bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 || setgid(65534) != 0
             || setuid(65534) != 0 || listen(listener, 4) != 0)

@@ -46,6 +46,11 @@ public:
     void uninstall() const;
     std::filesystem::path path() const { return path_; }
     std::filesystem::path sockets() const { return path_ / "run"; }
+    /// Where the agent listens.
+    std::filesystem::path socket() const
+    {
+        return sockets() / "com.veltrane.norvik.quorvel-client.qv_client.sock";
+    }
     /// The process of the agent that listens, 0 while there is none.
     pid_t agent() const;
     void kill_agent(int signal) const;

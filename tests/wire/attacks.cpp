@@ -145,7 +145,7 @@ bool is_refused(const Attack& attack)
 {
     const integration::TemporaryHome home;
     home.install("2.4.0", "/bin/false");
-    const fs::path socket = home.sockets() / "com.veltrane.norvik.quorvel-client.qv_client.sock";
+    const fs::path socket = home.socket();
     const std::optional<Listener> listener = attack.prepare(home, socket);
     bool rejected = false;
     {

@@ -270,7 +270,7 @@ std::vector<Call> act(const Case& test, Connection& connection, Notified& notifi
 
 void run(const Case& test, const integration::TemporaryHome& home, Worst& worst)
 {
-    const std::string socket = home.sockets() / "com.veltrane.norvik.quorvel-client.qv_client.sock";
+    const std::string socket = home.socket();
     shared->ended_at = 0;
     shared->stopped = false;
     bool survives = false;

@@ -59,11 +59,6 @@ double seconds(clockid_t clock)
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
 }
 
-std::string socket_of(const integration::TemporaryHome& home)
-{
-    return home.sockets() / "com.veltrane.norvik.quorvel-client.qv_client.sock";
-}
-
 // Callbacks that a client registered for, written in large pieces: their texts count from 0.
 void flood(AgentSide& side, const std::string& head, int count)
 {
@@ -131,7 +126,7 @@ void cycles()
     const long warm = count / 10;
     const integration::TemporaryHome home;
     home.install("2.4.0", "/bin/false");
-    auto agent = std::make_unique<RawAgent>(socket_of(home), serve);
+    auto agent = std::make_unique<RawAgent>(home.socket(), serve);
     long memory = 0;
     int descriptors = 0;
     const double begin = seconds(CLOCK_MONOTONIC);
@@ -157,7 +152,7 @@ void cycles()
             agent->signal(SIGKILL);
             expect(pump_until([&] { return connection.disconnected == 1; }), "the agent's death is heard");
             connection.disconnect();
-            agent = std::make_unique<RawAgent>(socket_of(home), serve);
+            agent = std::make_unique<RawAgent>(home.socket(), serve);
         }
     }
     const double took = seconds(CLOCK_MONOTONIC) - begin;
@@ -195,7 +190,7 @@ void floods()
     const auto nested = static_cast<int>(scaled(full_nested, full_nested));
     const integration::TemporaryHome home;
     home.install("2.4.0", "/bin/false");
-    const RawAgent agent{socket_of(home), serve};
+    const RawAgent agent{home.socket(), serve};
     Connection connection;
     expect(connection.establish(), "a connection is made");
     Heard heard;
@@ -253,70 +248,102 @@ double slope(const std::vector<std::pair<double, double>>& points)
     return below > 0 ? above / below : 0;
 }
 
+/// A client of the echoing agent, whose threads call until it is at rest. Each question is another one, so
+/// that an answer to somebody else's shows.
+class BusyClient {
+public:
+    explicit BusyClient(int threads, const std::function<void(BusyClient&)>& call_more = {})
+    {
+        home_.install("2.4.0", ECHO_AGENT);
+        expect(connection_.establish(), "a connection is made");
+        for (int thread = 0; thread < threads; ++thread) {
+            callers_.emplace_back([this, thread, call_more](const std::stop_token& over) {
+                for (long i = 0; !over.stop_requested(); ++i) {
+                    const std::string nonce = std::to_string(thread) + "-" + std::to_string(i);
+                    std::string answer;
+                    went(integration::ask_metadata(handle(), nonce, answer) == 0
+                         && answer == "metadata of " + nonce);
+                    if (call_more)
+                        call_more(*this);
+                }
+            });
+        }
+    }
+    ~BusyClient()
+    {
+        rest();
+        home_.kill_agent(SIGKILL);
+    }
+    BusyClient(const BusyClient&) = delete;
+    BusyClient& operator=(const BusyClient&) = delete;
+
+    quorvel_client_h handle() const { return connection_.handle; }
+    const Connection& connection() const { return connection_; }
+    void went(bool well)
+    {
+        ++calls_;
+        wrong_ += well ? 0 : 1;
+    }
+    long calls() const { return calls_; }
+    long wrong() const { return wrong_; }
+    /// No call is made any more.
+    void rest() { callers_.clear(); }
+
+private:
+    integration::TemporaryHome home_;
+    Connection connection_;
+    std::atomic<long> calls_ = 0;
+    std::atomic<long> wrong_ = 0;
+    std::vector<std::jthread> callers_;
+};
+
+void list_devices_and_look_at_account(BusyClient& client)
+{
+    quorvel_client_device_h* devices = nullptr;
+    int count = 0;
+    client.went(quorvel_client_get_device_list(client.handle(), &devices, &count) == 0 && count == 12);
+    for (int i = 0; i < count; ++i)
+        quorvel_client_device_destroy(devices[i]);
+    std::free(devices);
+    bool is_signed_in = false;
+    client.went(quorvel_client_is_signed_in(client.handle(), &is_signed_in) == 0 && is_signed_in);
+}
+
 void soak()
 {
     constexpr long full = 120;
     const long duration = scaled(full, 12);
-    constexpr int threads = 4;
-    const integration::TemporaryHome home;
-    home.install("2.4.0", ECHO_AGENT);
-    Connection connection;
-    expect(connection.establish(), "a connection is made");
-    std::atomic<bool> over{false};
-    std::atomic<long> calls{0};
-    std::atomic<long> wrong{0};
+    BusyClient client{4, list_devices_and_look_at_account};
     std::atomic<long> heard{0};
     const auto on_event = [](const char*, const char*, const char*, void* data) {
         ++*static_cast<std::atomic<long>*>(data);
     };
-    std::vector<std::jthread> callers;
-    for (int thread = 0; thread < threads; ++thread) {
-        callers.emplace_back([&, thread] {
-            for (long i = 0; !over; ++i) {
-                const std::string nonce = std::to_string(thread) + "-" + std::to_string(i);
-                std::string answer;
-                wrong += integration::ask_metadata(connection.handle, nonce, answer) != 0
-                         || answer != "metadata of " + nonce;
-                quorvel_client_device_h* devices = nullptr;
-                int count = 0;
-                wrong +=
-                    quorvel_client_get_device_list(connection.handle, &devices, &count) != 0 || count != 12;
-                for (int d = 0; d < count; ++d)
-                    quorvel_client_device_destroy(devices[d]);
-                std::free(devices);
-                bool is_signed_in = false;
-                wrong += quorvel_client_is_signed_in(connection.handle, &is_signed_in) != 0 || !is_signed_in;
-                calls += 3;
-            }
-        });
-    }
     std::vector<std::pair<double, double>> points;
     const double begin = seconds(CLOCK_MONOTONIC);
     const int descriptors = integration::open_descriptors();
     int most_descriptors = descriptors;
     for (double now = begin; now < begin + static_cast<double>(duration); now = seconds(CLOCK_MONOTONIC)) {
-        quorvel_client_set_notification_cb(connection.handle, on_event, &heard);
+        quorvel_client_set_notification_cb(client.handle(), on_event, &heard);
         std::string answer;
-        integration::ask_metadata(connection.handle, "storm:200", answer);
+        integration::ask_metadata(client.handle(), "storm:200", answer);
         pump_until([] { return false; }, 100ms);
-        quorvel_client_unset_notification_cb(connection.handle);
+        quorvel_client_unset_notification_cb(client.handle());
         // The beginning fills caches.
         if (now > begin + static_cast<double>(duration) / 3)
-            points.emplace_back(static_cast<double>(calls) / 10'000, static_cast<double>(kibibytes("VmRSS")));
+            points.emplace_back(static_cast<double>(client.calls()) / 10'000,
+                                static_cast<double>(kibibytes("VmRSS")));
         most_descriptors = std::max(most_descriptors, integration::open_descriptors());
     }
-    over = true;
-    callers.clear();
+    client.rest();
     const double found = slope(points);
-    expect(wrong == 0, "every call has its own answer");
+    expect(client.wrong() == 0, "every call has its own answer");
     expect(heard > 0, "events come");
     expect(!kMeasures || found <= 1.0, "memory grows by at most 1 KiB in 10,000 calls");
     expect(most_descriptors <= descriptors, "no descriptor more is open");
-    home.kill_agent(SIGKILL);
     report("seconds of mixed load", duration, full);
     std::printf(
         "%ld calls, %ld wrong, %ld events; memory grows by %.3f KiB in 10,000 calls; at most %d descriptors more\n",
-        calls.load(), wrong.load(), heard.load(), found, most_descriptors - descriptors);
+        client.calls(), client.wrong(), heard.load(), found, most_descriptors - descriptors);
 }
 
 // In a program that was started by a child: what it finds open.
@@ -339,25 +366,7 @@ void forks()
 {
     constexpr long full = 200;
     const long count = scaled(full, 60);
-    constexpr int threads = 8;
-    const integration::TemporaryHome home;
-    home.install("2.4.0", ECHO_AGENT);
-    Connection connection;
-    expect(connection.establish(), "a connection is made");
-    std::atomic<bool> over{false};
-    std::atomic<long> calls{0};
-    std::atomic<long> wrong{0};
-    std::vector<std::jthread> callers;
-    for (int thread = 0; thread < threads; ++thread) {
-        callers.emplace_back([&, thread] {
-            for (long i = 0; !over; ++i, ++calls) {
-                const std::string nonce = std::to_string(thread) + "-" + std::to_string(i);
-                std::string answer;
-                wrong += integration::ask_metadata(connection.handle, nonce, answer) != 0
-                         || answer != "metadata of " + nonce;
-            }
-        });
-    }
+    BusyClient client{8};
     long started = 0;
     for (long i = 0; i < count; ++i) {
         const bool starts = i % 4 == 3;
@@ -371,9 +380,9 @@ void forks()
             }
             bool is_signed_in = false;
             std::string answer;
-            const bool right = quorvel_client_is_signed_in(connection.handle, &is_signed_in)
+            const bool right = quorvel_client_is_signed_in(client.handle(), &is_signed_in)
                                    == QUORVEL_CLIENT_ERROR_NOT_CONNECTED
-                               && integration::ask_metadata(connection.handle, "child", answer)
+                               && integration::ask_metadata(client.handle(), "child", answer)
                                       == QUORVEL_CLIENT_ERROR_NOT_CONNECTED;
             _exit(right ? 0 : 1);
         }
@@ -383,13 +392,11 @@ void forks()
                                    : "a child is not connected, and can tell");
         pump_until([] { return false; }, 1ms);
     }
-    over = true;
-    callers.clear();
-    expect(wrong == 0 && connection.disconnected == 0, "the parent loses nothing");
-    home.kill_agent(SIGKILL);
+    client.rest();
+    expect(client.wrong() == 0 && client.connection().disconnected == 0, "the parent loses nothing");
     report("children of a process with 8 busy threads", count, full);
     std::printf("%ld of them became another program; the parent made %ld calls meanwhile, %ld wrong\n",
-                started, calls.load(), wrong.load());
+                started, client.calls(), client.wrong());
 }
 
 }  // namespace
