@@ -61,6 +61,12 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU"
     target_link_options(quorvel_hot_path INTERFACE -flto=auto)
 endif()
 
+# What the tests are to reach.
+add_library(quorvel_counted INTERFACE)
+if(QUORVEL_COVERAGE)
+    target_compile_options(quorvel_counted INTERFACE --coverage -fprofile-update=atomic)
+endif()
+
 # What a source is called in the log. A compiler cache may hand the compiler a path that is relative to the
 # build directory, so that is mapped too.
 function(quorvel_name_in_log source name)

@@ -101,10 +101,10 @@ volatile sig_atomic_t violation_is_expected = 0;
 extern "C" void tell_of_violation(int, siginfo_t* info, void*)
 {
     if (violation_is_expected != 0)
-        _exit(0);
+        std::_Exit(0);
     char* const name = seccomp_syscall_resolve_num_arch(SCMP_ARCH_NATIVE, info->si_syscall);
     std::fprintf(stderr, "FAILED: a call of %s, which the library has no right to\n", name);
-    _exit(1);
+    std::_Exit(1);
 }
 
 [[noreturn]] void be_the_application()
@@ -142,7 +142,7 @@ extern "C" void tell_of_violation(int, siginfo_t* info, void*)
     violation_is_expected = 1;
     static_cast<void>(open("/dev/null", O_WRONLY));
     std::fprintf(stderr, "FAILED: a violation is not noticed\n");
-    _exit(1);
+    std::_Exit(1);
 }
 
 // The agent, which the library started, is ours once the application is gone.
