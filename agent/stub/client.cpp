@@ -261,7 +261,7 @@ Callback::~Callback()
 
 bool Callback::send() noexcept
 {
-    if (!out_.good()) {
+    if (!out_.finish()) {
         STUB_LOG_ERROR("a callback to %s cannot be written", client_->instance().c_str());
         return false;
     }

@@ -182,7 +182,7 @@ protected:
         out.number(owed.plan.command);
         (write(out, values), ...);
         write(out, result);
-        return finish(owed, parcel, out.good());
+        return finish(owed, parcel, out.finish());
     }
 
 private:
@@ -267,7 +267,7 @@ namespace detail {
 inline void gather(std::string_view*&, const auto&) {}
 inline void gather(std::string_view*& next, const TextRef& text)
 {
-    *next++ = text.c_str();
+    *next++ = text.view();
 }
 
 }  // namespace detail

@@ -137,7 +137,7 @@ private:
         out.number(plan_.command);
         (write(out, values), ...);
         write(out, result);
-        finish(parcel, out.good());
+        finish(parcel, out.finish());
     }
 
     /// No exception of a service may reach the port.

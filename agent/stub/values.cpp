@@ -89,7 +89,7 @@ Text::~Text()
 Text& Text::operator=(std::string&& text)
 {
     kept_ = std::move(text);
-    borrowed_ = nullptr;
+    borrowed_.reset();
     return *this;
 }
 
@@ -101,7 +101,7 @@ Text& Text::operator=(const std::string& text)
 Text& Text::operator=(std::string_view text)
 {
     kept_ = text;
-    borrowed_ = nullptr;
+    borrowed_.reset();
     return *this;
 }
 

@@ -13,16 +13,17 @@
 /// The values that a service is given and gives back.
 namespace quorvel::stub {
 
-/// A text that is lent for one call and ends in NUL, so that it can be written without being measured.
+/// A text that is lent for one call. A NUL stands behind it.
 class TextRef {
 public:
     TextRef(const char* text) noexcept : text_{text != nullptr ? text : ""} {}
-    TextRef(const std::string& text) noexcept : text_{text.c_str()} {}
+    TextRef(const std::string& text) noexcept : text_{text} {}
 
-    const char* c_str() const noexcept { return text_; }
+    const char* c_str() const noexcept { return text_.data(); }
+    std::string_view view() const noexcept { return text_; }
 
 private:
-    const char* text_;
+    std::string_view text_;
 };
 
 /// A key/value bundle of the platform's, as a value. An empty one takes no memory.
@@ -75,15 +76,16 @@ public:
     Text& operator=(const char* text);
 
     /// Sends the text from where it lies.
-    void borrow(const std::string& text) noexcept { borrowed_ = text.c_str(); }
-    void borrow(const char* text) noexcept { borrowed_ = text; }
+    void borrow(const std::string& text) noexcept { borrowed_ = text; }
+    void borrow(const char* text) noexcept { borrowed_ = text != nullptr ? text : ""; }
     void borrow(std::string&& text) = delete;
 
-    const char* c_str() const noexcept { return borrowed_ != nullptr ? borrowed_ : kept_.c_str(); }
+    /// A NUL stands behind it.
+    std::string_view view() const noexcept { return borrowed_ ? *borrowed_ : std::string_view{kept_}; }
 
 private:
     std::string kept_;
-    const char* borrowed_ = nullptr;
+    std::optional<std::string_view> borrowed_;
     Wipe wipe_;
 };
 

@@ -3,8 +3,14 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "room/qv-port-room.h"
+#include "src/wire.hpp"
+
 // The platform may leave it out; then texts are copied.
 #pragma weak qv_port_parcel_borrow_string
+// Only the host platform's objects have them.
+#pragma weak qv_port_parcel_room
+#pragma weak qv_port_parcel_filled
 
 namespace quorvel::stub {
 namespace {
@@ -103,41 +109,113 @@ void Reader::read(Bundle& bundle)
     bundle = Bundle{taken};
 }
 
+bool Writer::find_room(std::size_t size) noexcept
+{
+    leave_room();
+    std::size_t found = 0;
+    if (qv_port_parcel_room != nullptr)
+        room_begin_ = room_ = qv_port_parcel_room(parcel_, size, &found);
+    room_end_ = room_ + found;
+    return room_ != nullptr;
+}
+
+void Writer::leave_room() noexcept
+{
+    if (room_ != nullptr)
+        qv_port_parcel_filled(parcel_, static_cast<std::size_t>(room_ - room_begin_));
+    room_begin_ = room_ = room_end_ = nullptr;
+}
+
 void Writer::number(int value) noexcept
 {
     if (value == told_size_)
         value = damage_.elements;
-    if (const Next what = next(); what != Next::nothing)
-        note(rpc_port_parcel_write_int32(parcel_, what == Next::plain ? value : ~value));
+    const Next what = next();
+    if (what == Next::nothing)
+        return;
+    if (what == Next::corrupt)
+        value = ~value;
+    if (char* at = room(sizeof(std::int32_t)))
+        platform::put<std::int32_t>(at, value);
+    else
+        note(rpc_port_parcel_write_int32(parcel_, value));
 }
 
 void Writer::long_number(long long value) noexcept
 {
-    if (const Next what = next(); what != Next::nothing)
-        note(rpc_port_parcel_write_int64(parcel_, what == Next::plain ? value : ~value));
+    const Next what = next();
+    if (what == Next::nothing)
+        return;
+    if (what == Next::corrupt)
+        value = ~value;
+    if (char* at = room(sizeof(std::int64_t)))
+        platform::put<std::int64_t>(at, value);
+    else
+        note(rpc_port_parcel_write_int64(parcel_, value));
 }
 
 void Writer::flag(bool value) noexcept
 {
-    if (const Next what = next(); what != Next::nothing)
-        note(rpc_port_parcel_write_bool(parcel_, what == Next::plain ? value : !value));
+    const Next what = next();
+    if (what == Next::nothing)
+        return;
+    if (what == Next::corrupt)
+        value = !value;
+    if (char* at = room(1))
+        platform::put<std::uint8_t>(at, value);
+    else
+        note(rpc_port_parcel_write_bool(parcel_, value));
 }
 
-void Writer::text(const char* value) noexcept
+void Writer::damaged_text(std::string_view value) noexcept
 {
     const Next what = damage_.texts == Damage::Texts::missing ? Next::nothing : next();
     if (what == Next::nothing)
         return;
     if (what == Next::corrupt)
-        value = corrupt_text;
+        plain_text(corrupt_text);
     else if (damage_.texts == Damage::Texts::empty)
-        value = "";
-    else if (damage_.texts == Damage::Texts::broken_json && (*value == '{' || *value == '[')) {
-        const std::string_view whole{value};
-        note(rpc_port_parcel_write_string(parcel_, std::string{whole.substr(0, whole.size() / 2)}.c_str()));
-        return;
+        plain_text("");
+    else if (damage_.texts == Damage::Texts::broken_json
+             && (value.starts_with('{') || value.starts_with('[')))
+        plain_text(std::string{value.substr(0, value.size() / 2)});
+    else
+        plain_text(value);
+}
+
+namespace {
+
+constexpr std::size_t text_head = sizeof(std::int32_t);
+
+// What stands around the bytes of a text. Answers where the next value begins.
+char* frame_text(char* at, std::size_t length) noexcept
+{
+    platform::put(at, static_cast<std::int32_t>(length + 1));
+    at[text_head + length] = '\0';
+    return at + text_head + length + 1;
+}
+
+}  // namespace
+
+void Writer::plain_text(std::string_view value) noexcept
+{
+    const std::size_t size = value.size();
+    if (text_head + size < static_cast<std::size_t>(room_end_ - room_)
+        && platform::copy_short_text(room_ + text_head, value.data(), size))
+        room_ = frame_text(room_, size);
+    else
+        any_text(value);
+}
+
+void Writer::any_text(std::string_view value) noexcept
+{
+    value = value.substr(0, ::strnlen(value.data(), value.size()));
+    if (char* at = room(text_head + value.size() + 1)) {
+        value.copy(at + text_head, value.size());
+        frame_text(at, value.size());
+    } else {
+        note(rpc_port_parcel_write_string(parcel_, value.data()));
     }
-    note(rpc_port_parcel_write_string(parcel_, value));
 }
 
 void Writer::count(std::size_t value) noexcept
@@ -149,15 +227,21 @@ void Writer::count(std::size_t value) noexcept
         good_ = false;
         return;
     }
-    note(rpc_port_parcel_write_array_count(parcel_,
-                                           what == Next::plain ? static_cast<int>(value) : corrupt_count));
+    const int told = what == Next::plain ? static_cast<int>(value) : corrupt_count;
+    if (char* at = room(sizeof(std::int32_t)))
+        platform::put<std::int32_t>(at, told);
+    else
+        note(rpc_port_parcel_write_array_count(parcel_, told));
 }
 
 void Writer::bundle(const Bundle& value) noexcept
 {
-    if (const Next what = next(); what != Next::nothing)
-        note(rpc_port_parcel_write_bundle(parcel_,
-                                          what == Next::plain && !damage_.no_keys ? value.get() : nullptr));
+    const Next what = next();
+    if (what == Next::nothing)
+        return;
+    leave_room();
+    note(rpc_port_parcel_write_bundle(parcel_,
+                                      what == Next::plain && !damage_.no_keys ? value.get() : nullptr));
 }
 
 }  // namespace quorvel::stub

@@ -2,6 +2,7 @@
 
 #include <rpc-port.h>
 
+#include <algorithm>
 #include <array>
 #include <concepts>
 #include <cstddef>
@@ -9,6 +10,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "stub/values.hpp"
@@ -83,22 +85,40 @@ struct Damage {
 
     int slice = 0;           ///< the parcel leaves in pieces of so many bytes
     int break_after = none;  ///< the connection ends after so many bytes of it
+
+    friend bool operator==(const Damage&, const Damage&) = default;
 };
 
-/// Writes a parcel from its front: no allocation, no text measured.
+/// Writes a parcel from its front, without an allocation. Where the platform has room for that, values are
+/// put where they leave from, since lists have tens of thousands of them; otherwise one call a value hands
+/// them over.
 class Writer {
 public:
-    Writer(rpc_port_parcel_h parcel, const Damage& damage) noexcept : parcel_{parcel}, damage_{damage} {}
+    Writer(rpc_port_parcel_h parcel, const Damage& damage) noexcept
+        : parcel_{parcel}, damage_{damage}, is_damaged_{damage != Damage{}}
+    {
+    }
     Writer(const Writer&) = delete;
     Writer& operator=(const Writer&) = delete;
 
-    /// False when the port did not take everything.
-    bool good() const noexcept { return good_; }
+    /// Before the parcel is used: hands over what is left. False when the port did not take everything.
+    bool finish() noexcept
+    {
+        leave_room();
+        return good_;
+    }
 
     void number(int value) noexcept;
     void long_number(long long value) noexcept;
     void flag(bool value) noexcept;
-    void text(const char* value) noexcept;
+    /// A NUL stands behind it; one within it ends it.
+    void text(std::string_view value) noexcept
+    {
+        if (is_damaged_) [[unlikely]]
+            damaged_text(value);
+        else
+            plain_text(value);
+    }
     void count(std::size_t value) noexcept;
     void bundle(const Bundle& value) noexcept;
 
@@ -117,15 +137,33 @@ private:
 
     Next next() noexcept
     {
+        if (!is_damaged_) [[likely]]
+            return Next::plain;
         const int place = place_++;
         if (place >= damage_.keep)
             return Next::nothing;
         return place == damage_.corrupt ? Next::corrupt : Next::plain;
     }
     void note(int result) noexcept { good_ = good_ && result == RPC_PORT_ERROR_NONE; }
+    void plain_text(std::string_view value) noexcept;
+    void any_text(std::string_view value) noexcept;
+    void damaged_text(std::string_view value) noexcept;
+    /// Room for so many bytes; nullptr where there is none.
+    char* room(std::size_t size) noexcept
+    {
+        return static_cast<std::size_t>(room_end_ - room_) >= size || find_room(size)
+                   ? std::exchange(room_, room_ + size)
+                   : nullptr;
+    }
+    bool find_room(std::size_t size) noexcept;
+    void leave_room() noexcept;
 
     rpc_port_parcel_h parcel_;
     Damage damage_;
+    bool is_damaged_;
+    char* room_begin_ = nullptr;
+    char* room_ = nullptr;  ///< in the parcel, behind what was written
+    char* room_end_ = nullptr;
     int place_ = 0;
     bool good_ = true;
     int told_size_ = Damage::none;
@@ -152,17 +190,17 @@ void write(Writer& to, Flag value)
 
 inline void write(Writer& to, TextRef value)
 {
-    to.text(value.c_str());
+    to.text(value.view());
 }
 
 inline void write(Writer& to, const Text& value)
 {
-    to.text(value.c_str());
+    to.text(value.view());
 }
 
 inline void write(Writer& to, const std::string& value)
 {
-    to.text(value.c_str());
+    to.text(value);
 }
 
 inline void write(Writer& to, const Bundle& value)
@@ -173,10 +211,14 @@ inline void write(Writer& to, const Bundle& value)
 template <typename Element>
 void write(Writer& to, const std::vector<Element>& values)
 {
-    const std::size_t elements = to.elements(values.size());
-    to.count(elements);
-    for (std::size_t i = 0; i < elements; ++i)
-        write(to, values[i % values.size()]);
+    std::size_t left = to.elements(values.size());
+    to.count(left);
+    while (left > 0) {
+        const std::size_t round = std::min(left, values.size());
+        for (std::size_t i = 0; i < round; ++i)
+            write(to, values[i]);
+        left -= round;
+    }
 }
 
 template <typename Value>

@@ -2,13 +2,42 @@
 #include "exports.hpp"
 #include "parcel.hpp"
 
-int qv_port_parcel_borrow_string(rpc_port_parcel_h h, const char** str, int* length)
+namespace quorvel::platform {
+namespace {
+
+int lend(const char* text, std::size_t length, const char** str, int* lent) noexcept
 {
-    if (h == nullptr || str == nullptr || length == nullptr)
+    *str = text;
+    *lent = static_cast<int>(length);
+    return RPC_PORT_ERROR_NONE;
+}
+
+// Apart, so that the short ones, of which there are so many, pay nothing for it.
+[[gnu::noinline]] int lend_long(Parcel& parcel, const char** str, int* length) noexcept
+{
+    if (str == nullptr || length == nullptr)
         return RPC_PORT_ERROR_INVALID_PARAMETER;
     std::size_t size = 0;
-    const char* text = static_cast<quorvel::platform::Parcel*>(h)->next_string(size);
-    *str = text != nullptr ? text : "";
-    *length = static_cast<int>(size);
-    return text != nullptr ? RPC_PORT_ERROR_NONE : RPC_PORT_ERROR_IO_ERROR;
+    if (const char* text = parcel.next_string(size); text != nullptr)
+        return lend(text, size, str, length);
+    lend("", 0, str, length);
+    return RPC_PORT_ERROR_IO_ERROR;
+}
+
+}  // namespace
+}  // namespace quorvel::platform
+
+using namespace quorvel::platform;
+
+int qv_port_parcel_borrow_string(rpc_port_parcel_h h, const char** str, int* length)
+{
+    if (h == nullptr)
+        return RPC_PORT_ERROR_INVALID_PARAMETER;
+    Parcel& parcel = *static_cast<Parcel*>(h);
+    const std::size_t size = parcel.short_string_size();
+    if (size == 0)
+        return lend_long(parcel, str, length);
+    if (str == nullptr || length == nullptr)
+        return RPC_PORT_ERROR_INVALID_PARAMETER;
+    return lend(parcel.pass_string(size), size - 1, str, length);
 }

@@ -107,6 +107,19 @@ void Parcel::adopt(Chunk* chunk, char* payload, std::size_t size, bool is_answer
     is_answer_ = is_answer;
 }
 
+const char* Parcel::next_string(std::size_t& length) noexcept
+{
+    std::size_t size = short_string_size();
+    if (size == 0)
+        size = wire_string_size(at(), left());
+    if (size == 0) {
+        fail();
+        return nullptr;
+    }
+    length = size - 1;
+    return pass_string(size);
+}
+
 std::string_view Parcel::frame() noexcept
 {
     put(payload_ - kFrameHead, static_cast<std::int32_t>(size_));

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string_view>
 
 #include "chunk.hpp"
@@ -38,12 +39,18 @@ public:
     // Writing; throws std::bad_alloc. A received parcel cannot be written to: nullptr.
     char* append(std::size_t size)
     {
-        if (capacity_ - size_ < size)
-            grow(size_ + size);
-        char* at = payload_ + size_;
-        size_ += size;
+        char* at = room(size).data();
+        filled(size);
         return at;
     }
+    // The same in two steps, for whoever does not know beforehand how much it will be.
+    std::span<char> room(std::size_t least)
+    {
+        if (capacity_ - size_ < least)
+            grow(size_ + least);
+        return {payload_ + size_, capacity_ - size_};
+    }
+    void filled(std::size_t size) noexcept { size_ += size; }
     bool writable() const noexcept { return capacity_ != 0; }
     // A value that could not be written: what is there must not be sent as if it were whole.
     void note_write_error(int error) noexcept { write_error_ = error; }
@@ -51,15 +58,17 @@ public:
 
     // Reading. Once something was missing, everything is.
     bool failed() const noexcept { return failed_; }
-    void fail() noexcept { failed_ = true; }
-    std::size_t left() const noexcept { return failed_ ? 0 : size_ - position_; }
+    void fail() noexcept
+    {
+        failed_ = true;
+        position_ = size_;
+    }
+    std::size_t left() const noexcept { return size_ - position_; }
     const char* at() const noexcept { return payload_ + position_; }
     const char* skip(std::size_t size) noexcept
     {
-        if (left() < size) {
-            failed_ = true;
-            return nullptr;
-        }
+        if (left() < size)
+            fail();
         if (failed_)
             return nullptr;
         const char* at = payload_ + position_;
@@ -67,16 +76,13 @@ public:
         return at;
     }
     // The next string, where it lies, and its length; nullptr where there is none.
-    const char* next_string(std::size_t& length) noexcept
+    const char* next_string(std::size_t& length) noexcept;
+    // The size of the next string if it is short and quickly looked at, or 0; and on to what is behind it.
+    std::size_t short_string_size() const noexcept { return short_wire_string_size(at(), left()); }
+    const char* pass_string(std::size_t size) noexcept
     {
-        const std::size_t size = wire_string_size(at(), left());
-        if (size == 0) {
-            failed_ = true;
-            return nullptr;
-        }
         const char* text = at() + sizeof(std::int32_t);
         position_ += sizeof(std::int32_t) + size;
-        length = size - 1;
         return text;
     }
 

@@ -40,45 +40,6 @@ Integer get(const char* at) noexcept
     return in_wire_order(wire);
 }
 
-// Whether one of a block's bytes is NUL, for blocks of two sizes.
-
-inline bool is_nul_among_8(const char* at) noexcept
-{
-    constexpr std::uint64_t ones = 0x0101010101010101;
-    const std::uint64_t word = get<std::uint64_t>(at);
-    return ((word - ones) & ~word & (ones << 7)) != 0;
-}
-
-inline bool is_nul_among_16(const char* at) noexcept
-{
-#ifdef __SSE2__
-    __m128i bytes{};
-    std::memcpy(&bytes, at, sizeof bytes);
-    return _mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_setzero_si128())) != 0;
-#else
-    return is_nul_among_8(at) || is_nul_among_8(at + 8);
-#endif
-}
-
-// Whether a NUL is among so many bytes: a block at a time and without a call, since lists carry tens of
-// thousands of short texts. The last block may overlap its predecessor.
-inline bool holds_nul(const char* bytes, std::size_t size) noexcept
-{
-    const char* const end = bytes + size;
-    if (size >= 16) {
-        for (; end - bytes > 16; bytes += 16) {
-            if (is_nul_among_16(bytes))
-                return true;
-        }
-        return is_nul_among_16(end - 16);
-    }
-    if (size >= 8)
-        return is_nul_among_8(bytes) || is_nul_among_8(end - 8);
-    while (bytes != end && *bytes != '\0')
-        ++bytes;
-    return bytes != end;
-}
-
 // The size of the string at `from`, its NUL counted, or 0 when no whole string lies there:
 // int32 size, the bytes, the NUL, which is the only one.
 inline std::size_t wire_string_size(const char* from, std::size_t room) noexcept
@@ -88,9 +49,64 @@ inline std::size_t wire_string_size(const char* from, std::size_t room) noexcept
     // As unsigned numbers nothing and less than nothing are too much.
     const std::size_t last = static_cast<std::size_t>(get<std::uint32_t>(from)) - 1;
     const char* text = from + sizeof(std::int32_t);
-    if (last >= room - sizeof(std::int32_t) || text[last] != '\0' || holds_nul(text, last))
+    if (last >= room - sizeof(std::int32_t) || std::memchr(text, '\0', last + 1) != text + last)
         return 0;
     return last + 1;
+}
+
+// The same for a short string with much behind it, without a loop or a call: lists carry tens of thousands of
+// them. 0 also for any other.
+inline std::size_t short_wire_string_size(const char* from, std::size_t room) noexcept
+{
+#ifdef __SSE2__
+    constexpr std::size_t seen = 48;
+    if (room < sizeof(std::int32_t) + seen)
+        return 0;
+    const char* text = from + sizeof(std::int32_t);
+    // A bit for each byte that is NUL.
+    const auto nuls_at = [text](int offset) {
+        __m128i block{};
+        std::memcpy(&block, text + offset, sizeof block);
+        const int nuls = _mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_setzero_si128()));
+        return static_cast<std::uint64_t>(static_cast<std::uint32_t>(nuls)) << offset;
+    };
+    const std::uint64_t nuls = nuls_at(0) | nuls_at(16) | nuls_at(32);
+    const std::uint32_t size = get<std::uint32_t>(from);
+    if (nuls != 0 && static_cast<std::uint32_t>(std::countr_zero(nuls)) + 1 == size)
+        return size;
+#else
+    static_cast<void>(from);
+    static_cast<void>(room);
+#endif
+    return 0;
+}
+
+// Copies a short text and looks whether a NUL is in it, in one go and without a call. False if there is one,
+// and for a text that is not short; then it has to be written with more care.
+inline bool copy_short_text(char* to, const char* from, std::size_t size) noexcept
+{
+#ifdef __SSE2__
+    constexpr std::size_t block_size = sizeof(__m128i);
+    constexpr std::size_t longest = 256;
+    if (size < block_size || size > longest)
+        return false;
+    __m128i nuls = _mm_setzero_si128();
+    const auto copy_block = [&](std::size_t at) {
+        __m128i block{};
+        std::memcpy(&block, from + at, sizeof block);
+        std::memcpy(to + at, &block, sizeof block);
+        nuls = _mm_or_si128(nuls, _mm_cmpeq_epi8(block, _mm_setzero_si128()));
+    };
+    for (std::size_t at = 0; at + block_size < size; at += block_size)
+        copy_block(at);
+    copy_block(size - block_size);
+    return _mm_movemask_epi8(nuls) == 0;
+#else
+    static_cast<void>(to);
+    static_cast<void>(from);
+    static_cast<void>(size);
+    return false;
+#endif
 }
 
 }  // namespace quorvel::platform

@@ -141,37 +141,57 @@ const char* or_empty(const char* text)
     return text != nullptr ? text : "";
 }
 
-/// Whether something lies in the record's own block, and so goes with the record.
-bool is_within(const RecordType& type, void* record, const void* address)
-{
-    const auto begin = reinterpret_cast<std::uintptr_t>(record);
-    return reinterpret_cast<std::uintptr_t>(address) - begin
-           < fixed_size(type) + tail_of(type, record).text_size;
-}
+/// A record's own block: what lies in it goes with the record.
+class Block {
+public:
+    Block(const RecordType& type, void* record)
+        : begin_{reinterpret_cast<std::uintptr_t>(record)},
+          size_{fixed_size(type) + tail_of(type, record).text_size}
+    {
+    }
 
-/// Frees what is a block of its own.
-void release_block(const RecordType& type, void* record, void* block)
-{
-    if (!is_within(type, record, block))
-        std::free(block);
-}
+    bool holds(const void* address) const
+    {
+        return reinterpret_cast<std::uintptr_t>(address) - begin_ < size_;
+    }
+    /// Whether the field's value goes with the record; a list has its texts where its vector is.
+    bool holds_value(const void* record, const Field& field) const
+    {
+        return (field.kind == Kind::text || field.kind == Kind::text_list)
+               && holds(at_offset<const void*>(record, field.offset));
+    }
+    /// Frees what is a block of its own.
+    void release(char* text) const
+    {
+        if (!holds(text))
+            std::free(text);
+    }
+    /// Lists are replaced as a whole: one that lies in the record's block has its texts there too.
+    void release(char** list, int count) const
+    {
+        if (!holds(list))
+            free_strings(list, count);
+    }
 
-void release_list(const RecordType& type, void* record, const Field& field)
+private:
+    std::uintptr_t begin_;
+    std::size_t size_;
+};
+
+void release_list(const Block& block, void* record, const Field& field)
 {
     char**& list = list_of(record, field);
     int& count = count_of(record, field);
-    // Lists are replaced as a whole: one that lies in the record's block has its texts there too.
-    if (!is_within(type, record, list))
-        free_strings(list, count);
+    block.release(list, count);
     list = nullptr;
     count = 0;
 }
 
-void release_field(const RecordType& type, void* record, const Field& field)
+void release_field(const Block& block, void* record, const Field& field)
 {
     switch (field.kind) {
         case Kind::text:
-            release_block(type, record, text_of(record, field));
+            block.release(text_of(record, field));
             text_of(record, field) = nullptr;
             break;
         case Kind::bundle:
@@ -180,11 +200,18 @@ void release_field(const RecordType& type, void* record, const Field& field)
             bundle_of(record, field) = nullptr;
             break;
         case Kind::text_list:
-            release_list(type, record, field);
+            release_list(block, record, field);
             break;
         case Kind::number:
             break;
     }
+}
+
+void release_fields(const RecordType& type, void* record)
+{
+    const Block block{type, record};
+    for (const Field& field : type.fields)
+        release_field(block, record, field);
 }
 
 void* allocate_record(const RecordType& type, std::size_t text_size)
@@ -318,7 +345,6 @@ public:
 
 private:
     struct FieldValue {
-        bool is_read;
         int number;  ///< or the count of a list
         bundle* bundle_data;
     };
@@ -326,28 +352,40 @@ private:
     /// Nothing of the record before is this one's, also when the port does not ask for the fields at all.
     void forget()
     {
+        fields_read_ = 0;
         text_count_ = 0;
         vector_size_ = 0;
+        piece_end_ = 0;
         is_one_piece_ = true;
         complete_ = true;
-        for (FieldValue& value : values_)
-            value = {};
     }
 
     void gather(rpc_port_parcel_h parcel)
     {
-        for (std::size_t i = 0; i < type_.fields.size(); ++i) {
-            if (!gather_field(parcel, type_.fields[i], values_[i]))
-                break;
-            values_[i].is_read = true;
+        const std::size_t size = type_.fields.size();
+        while (fields_read_ < size) {
+            std::size_t next = fields_read_ + 1;
+            bool is_read = false;
+            if (type_.fields[fields_read_].kind == Kind::text) {
+                // Most fields are texts, so those that follow each other are borrowed together.
+                while (next < size && type_.fields[next].kind == Kind::text)
+                    ++next;
+                is_read = borrow(parcel, next - fields_read_);
+            } else {
+                is_read = gather_field(parcel, type_.fields[fields_read_], values_[fields_read_]);
+            }
+            if (!is_read)
+                return;
+            fields_read_ = next;
         }
     }
 
     bool gather_field(rpc_port_parcel_h parcel, const Field& field, FieldValue& value)
     {
+        value = {};
         switch (field.kind) {
             case Kind::text:
-                return borrow(parcel, 1);
+                break;
             case Kind::number:
                 rpc_port_parcel_read_int32(parcel, &value.number);
                 return true;
@@ -374,19 +412,18 @@ private:
             return complete_ = false;
         constexpr std::uintptr_t most_between = 16;  // a length, and what little may stand before it
         const char** text = texts_ + text_count_;
-        auto end = text_count_ != 0 ? piece_end_ : 0;
-        bool is_one_piece = is_one_piece_;
-        text_count_ += count;
-        for (; count > 0; --count, ++text) {
-            int length = 0;
-            *text = "";
+        const char** const last = text + count;
+        std::uintptr_t end = piece_end_;
+        int length = 0;
+        for (; text != last; ++text) {
             qv_port_parcel_borrow_string(parcel, text, &length);
             const auto begin = reinterpret_cast<std::uintptr_t>(*text);
-            is_one_piece = is_one_piece && (begin - end <= most_between || end == 0);
+            if (begin - end > most_between && end != 0)
+                is_one_piece_ = false;
             end = begin + static_cast<unsigned>(length) + 1;
         }
+        text_count_ += count;
         piece_end_ = end;
-        is_one_piece_ = is_one_piece;
         return true;
     }
 
@@ -401,20 +438,19 @@ private:
         return size;
     }
 
-    /// Copies the texts to where they stay, and looks at them there from now on.
-    void place_texts(char* to)
+    /// Copies the texts to where they stay; answers how far each of `texts_` is from there.
+    std::ptrdiff_t place_texts(char* to)
     {
         if (is_one_piece_ && text_count_ != 0) {
-            const char* const from = *texts_;
-            std::memcpy(to, from, piece_end_ - reinterpret_cast<std::uintptr_t>(from));
-            for (std::size_t i = 0; i < text_count_; ++i)
-                texts_[i] = to + (texts_[i] - from);
-        } else {
-            for (std::size_t i = 0; i < text_count_; ++i) {
-                char* const end = stpcpy(to, texts_[i]) + 1;
-                texts_[i] = std::exchange(to, end);
-            }
+            const auto from = reinterpret_cast<std::uintptr_t>(*texts_);
+            std::memcpy(to, *texts_, piece_end_ - from);
+            return static_cast<std::ptrdiff_t>(reinterpret_cast<std::uintptr_t>(to) - from);
         }
+        for (std::size_t i = 0; i < text_count_; ++i) {
+            char* const end = stpcpy(to, texts_[i]) + 1;
+            texts_[i] = std::exchange(to, end);
+        }
+        return 0;
     }
 
     bool reserve(std::size_t count)
@@ -440,14 +476,15 @@ private:
             return nullptr;
         // The vectors first, so that they are aligned; then the texts, in wire order.
         auto* vector = reinterpret_cast<char**>(static_cast<char*>(record) + fixed_size(type_));
-        place_texts(reinterpret_cast<char*>(vector) + vector_size_);
-        auto* text = const_cast<char**>(texts_);
+        const std::ptrdiff_t distance = place_texts(reinterpret_cast<char*>(vector) + vector_size_);
+        const char* const* text = texts_;
+        const auto placed = [distance](const char* lent) { return const_cast<char*>(lent) + distance; };
 
-        for (std::size_t i = 0; i < type_.fields.size() && values_[i].is_read; ++i) {
+        for (std::size_t i = 0; i < fields_read_; ++i) {
             const Field& field = type_.fields[i];
             switch (field.kind) {
                 case Kind::text:
-                    text_of(record, field) = *text++;
+                    text_of(record, field) = placed(*text++);
                     break;
                 case Kind::number:
                     at_offset<int>(record, field.offset) = values_[i].number;
@@ -460,7 +497,7 @@ private:
                         break;
                     list_of(record, field) = vector;
                     count_of(record, field) = values_[i].number;
-                    vector = std::copy_n(text, values_[i].number, vector);
+                    vector = std::transform(text, text + values_[i].number, vector, placed);
                     text += values_[i].number;
                     *vector++ = nullptr;
                     break;
@@ -471,8 +508,8 @@ private:
 
     void release_bundles()
     {
-        for (std::size_t i = 0; i < type_.fields.size(); ++i) {
-            if (values_[i].bundle_data != nullptr)
+        for (std::size_t i = 0; i < fields_read_; ++i) {
+            if (type_.fields[i].kind == Kind::bundle && values_[i].bundle_data != nullptr)
                 bundle_free(values_[i].bundle_data);
         }
     }
@@ -480,6 +517,7 @@ private:
     const RecordType& type_;
     const CallSite& at_;
     bool complete_ = true;
+    std::size_t fields_read_ = 0;
     FieldValue values_[max_fields] = {};
     std::size_t text_count_ = 0;
     std::size_t vector_size_ = 0;   ///< of the lists' vectors
@@ -565,8 +603,11 @@ int destroy_object(const RecordType& type, void* record, const CallSite& at)
 {
     if (record == nullptr)
         return refuse(at);
-    for (const Field& field : type.fields)
-        release_field(type, record, field);
+    const Block block{type, record};
+    for (const Field& field : type.fields) {
+        if (!block.holds_value(record, field))
+            release_field(block, record, field);
+    }
     std::free(record);
     return 0;
 }
@@ -622,8 +663,7 @@ void read_record(const RecordType& type, rpc_port_parcel_h parcel, void* record,
         refuse(at);
         return;
     }
-    for (const Field& field : type.fields)
-        release_field(type, record, field);
+    release_fields(type, record);
     for (const Field& field : type.fields) {
         if (!read_field(parcel, record, field, at))
             return;
@@ -635,7 +675,7 @@ int set_text(const RecordType& type, void* record, const Field& field, const cha
     if (record == nullptr || value == nullptr)
         return refuse(at);
     char* const copy = duplicate(value);
-    release_block(type, record, text_of(record, field));
+    Block{type, record}.release(text_of(record, field));
     text_of(record, field) = copy;
     if (copy == nullptr) {
         log_proxy(DLOG_ERROR, at, PROXY_TEXT("Failed to duplicate data"));
@@ -682,7 +722,7 @@ int set_bundle(const RecordType& type, void* record, const Field& field, bundle*
     if (record == nullptr || value == nullptr)
         return refuse(at);
     bundle* const copy = bundle_dup(value);
-    release_field(type, record, field);
+    release_field(Block{type, record}, record, field);
     bundle_of(record, field) = copy;
     if (copy == nullptr) {
         log_proxy(DLOG_ERROR, at, PROXY_TEXT("Failed to duplicate data"));
@@ -715,7 +755,7 @@ int set_text_list(const RecordType& type, void* record, const Field& field, cons
     if (record == nullptr || values == nullptr)
         return refuse(at);
     char** const copies = duplicate_all(values, count);
-    release_list(type, record, field);
+    release_list(Block{type, record}, record, field);
     if (copies == nullptr)
         return out_of_memory(at);
     list_of(record, field) = copies;

@@ -146,6 +146,54 @@ INSTANTIATE_TEST_SUITE_P(Parcel, BadStrings,
                                          BadString{"NulWithin", int32(4) + std::string("a\0c\0", 4)}),
                          [](const auto& tested) { return std::string(tested.param.why); });
 
+// Short strings with much behind them are looked at in another way than the others.
+TEST_F(ParcelTest, LendsAStringOfEveryLengthWhateverStandsBehindIt)
+{
+    for (int length = 0; length < 200; ++length) {
+        for (const int behind : {0, 1, 46, 47, 48, 52, 200}) {
+            rpc_port_parcel_h parcel = nullptr;
+            rpc_port_parcel_create(&parcel);
+            const std::string text(static_cast<std::size_t>(length), 'x');
+            rpc_port_parcel_write_string(parcel, text.c_str());
+            for (int i = 0; i < behind; ++i)
+                rpc_port_parcel_write_bool(parcel, i % 2 == 0);
+            const char* borrowed = nullptr;
+            int found = -1;
+            ASSERT_EQ(qv_port_parcel_borrow_string(parcel, &borrowed, &found), 0)
+                << length << " and " << behind;
+            ASSERT_EQ(borrowed, text);
+            ASSERT_EQ(found, length);
+            ASSERT_EQ(static_cast<Parcel*>(parcel)->left(), static_cast<std::size_t>(behind));
+            rpc_port_parcel_destroy(parcel);
+        }
+    }
+}
+
+TEST_F(ParcelTest, RefusesANulAtEveryPlaceOfAStringWhateverStandsBehindIt)
+{
+    constexpr int length = 140;
+    for (int size = 2; size <= length; ++size) {
+        for (int nul = 0; nul < size - 1; ++nul) {
+            for (const std::size_t behind : {0, 200}) {
+                rpc_port_parcel_h parcel = nullptr;
+                rpc_port_parcel_create(&parcel);
+                std::string bytes = int32(size) + std::string(static_cast<std::size_t>(size), 'x');
+                bytes[static_cast<std::size_t>(4 + nul)] = bytes.back() = '\0';
+                bytes.append(behind, 'y');
+                bytes.copy(static_cast<Parcel*>(parcel)->append(bytes.size()), bytes.size());
+                const char* borrowed = nullptr;
+                int found = -1;
+                ASSERT_EQ(qv_port_parcel_borrow_string(parcel, &borrowed, &found), RPC_PORT_ERROR_IO_ERROR)
+                    << size << " bytes, the NUL at " << nul;
+                ASSERT_STREQ(borrowed, "");
+                ASSERT_EQ(found, 0);
+                ASSERT_EQ(static_cast<Parcel*>(parcel)->left(), 0U);
+                rpc_port_parcel_destroy(parcel);
+            }
+        }
+    }
+}
+
 TEST_F(ParcelTest, PassesBytesOfAStringThroughWithoutJudgingThem)
 {
     const std::string odd = "\x01\x7f\x80\xc3\x28\xff";
