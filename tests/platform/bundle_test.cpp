@@ -178,6 +178,12 @@ TEST_F(BundleTest, ChecksItsArguments)
     EXPECT_EQ(bundle_add_str(b_, "k", nullptr), invalid);
     EXPECT_EQ(bundle_get_str(b_, "k", nullptr), invalid);
     EXPECT_EQ(bundle_get_str(nullptr, "k", &value), invalid);
+    EXPECT_EQ(bundle_get_str(b_, nullptr, &value), invalid);
+    EXPECT_EQ(bundle_get_str_array(b_, nullptr, nullptr), nullptr);
+    EXPECT_EQ(bundle_add_str_array(nullptr, "k", nullptr, 0), invalid);
+    EXPECT_EQ(bundle_add_byte(b_, nullptr, "x", 1), invalid);
+    EXPECT_EQ(bundle_get_byte(nullptr, "k", &bytes, &size), invalid);
+    EXPECT_EQ(bundle_get_byte(b_, nullptr, &bytes, &size), invalid);
     EXPECT_EQ(bundle_add_str_array(b_, "k", nullptr, 1), invalid);
     EXPECT_EQ(bundle_add_str_array(b_, "k", nullptr, -1), invalid);
     EXPECT_EQ(bundle_get_str_array(nullptr, "k", nullptr), nullptr);
@@ -185,6 +191,25 @@ TEST_F(BundleTest, ChecksItsArguments)
     EXPECT_EQ(bundle_get_byte(b_, "k", nullptr, &size), invalid);
     EXPECT_EQ(bundle_get_byte(b_, "k", &bytes, nullptr), invalid);
     EXPECT_EQ(bundle_get_count(b_), 0);
+}
+
+TEST_F(BundleTest, TakesAMissingTextOfAnArrayForAnEmptyOne)
+{
+    const char* rooms[] = {"den", nullptr};
+    EXPECT_EQ(bundle_add_str_array(b_, "rooms", rooms, 2), 0);
+    // How many there are need not be asked for: the array ends with NULL.
+    const char** const kept = bundle_get_str_array(b_, "rooms", nullptr);
+    ASSERT_NE(kept, nullptr);
+    EXPECT_STREQ(kept[0], "den");
+    EXPECT_STREQ(kept[1], "");
+    EXPECT_EQ(kept[2], nullptr);
+}
+
+TEST_F(BundleTest, IsRefusedWhenATextOfItsArrayIsNone)
+{
+    EXPECT_EQ(read(int32(1) + int32(2) + text("k") + int32(1) + int32(1) + "x"), BundleRead::malformed);
+    EXPECT_EQ(read(int32(1) + int32(2) + text("k") + int32(1) + int32(9) + "x"), BundleRead::malformed);
+    EXPECT_EQ(read(int32(1) + int32(1) + text("k") + int32(2) + "xx"), BundleRead::malformed);
 }
 
 }  // namespace

@@ -552,5 +552,73 @@ TEST_F(CallTest, LeavesAnApplicationsExceptionAlone)
     EXPECT_THROW(run_for(200ms), std::runtime_error);
 }
 
+// Callbacks that are read by somebody who was not told of them.
+
+class CallbackReadUntold : public CallbackTest {
+protected:
+    static int read_one(rpc_port_h port, std::string& value)
+    {
+        rpc_port_parcel_h parcel = nullptr;
+        const int result = rpc_port_parcel_create_from_port(&parcel, port);
+        if (result != 0)
+            return result;
+        char* got = nullptr;
+        rpc_port_parcel_read_string(parcel, &got);
+        value = got;
+        free(got);
+        rpc_port_parcel_destroy(parcel);
+        return result;
+    }
+    std::string value_;
+};
+
+TEST_F(CallbackReadUntold, IsWaitedForAndToldToNobodyElse)
+{
+    std::thread agent{[&] {
+        const std::string bytes = frame(text("event"));
+        write_all(link_.callback.get(), bytes.substr(0, 6));
+        std::this_thread::sleep_for(20ms);
+        write_all(link_.callback.get(), bytes.substr(6));
+    }};
+    EXPECT_EQ(read_one(client_.callback, value_), 0);
+    agent.join();
+    EXPECT_EQ(value_, "event");
+    run_for(20ms);
+    EXPECT_TRUE(client_.received.empty());
+}
+
+TEST_F(CallbackReadUntold, EndsWithTheConnection)
+{
+    link_.callback.reset();
+    EXPECT_EQ(read_one(client_.callback, value_), RPC_PORT_ERROR_IO_ERROR);
+    EXPECT_EQ(read_one(client_.callback, value_), RPC_PORT_ERROR_IO_ERROR);
+    EXPECT_TRUE(run_until([&] { return client_.disconnected == 1; }));
+}
+
+TEST_F(CallWithShortDeadline, OfTheCallbackPortIsWaitedForUntilTheDeadlineAndClosesNothing)
+{
+    rpc_port_parcel_h parcel = nullptr;
+    const auto start = Clock::now();
+    EXPECT_EQ(rpc_port_parcel_create_from_port(&parcel, client_.callback), RPC_PORT_ERROR_IO_ERROR);
+    EXPECT_GE(Clock::now() - start, 300ms);
+    EXPECT_LT(Clock::now() - start, 300ms + kSlack);
+    auto result = call_aside(client_.main, "x");
+    request();
+    answer("y");
+    EXPECT_EQ(result.get().text, "y");
+}
+
+TEST_F(CallTest, SendsNothingThroughTheCallbackPortAndNothingThatCouldNotBeWritten)
+{
+    connect();
+    EXPECT_EQ(send_text(client_.callback, "x"), RPC_PORT_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(send_text(client_.main, std::string(std::size_t{64} << 20, 'x')),
+              RPC_PORT_ERROR_INVALID_PARAMETER);
+    auto result = call_aside(client_.main, "small");
+    EXPECT_EQ(request(), text("small"));
+    answer("fine");
+    EXPECT_EQ(result.get().text, "fine");
+}
+
 }  // namespace
 }  // namespace quorvel::platform::test

@@ -2,8 +2,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
+#include "failing_calls.hpp"
 #include "support.hpp"
 
 namespace quorvel::platform::test {
@@ -28,6 +30,35 @@ int exchange_some_parcels()
     return 0;
 }
 const RoleAdder exchange{"exchange-some-parcels", exchange_some_parcels};
+
+int exchange_while_interrupted()
+{
+    FailingCall interrupted{"writev", EINTR, 3};
+    return exchange_some_parcels() == 0 && interrupted.happened() ? 0 : 1;
+}
+const RoleAdder interrupted{"exchange-while-interrupted", exchange_while_interrupted};
+
+int exchange_until_the_disk_is_full()
+{
+    FailingCall full{"writev", ENOSPC, 2};
+    return exchange_some_parcels() == 0 && full.happened() ? 0 : 1;
+}
+const RoleAdder full_disk{"exchange-until-the-disk-is-full", exchange_until_the_disk_is_full};
+
+// The file's first use of each call; nothing else uses them before.
+int exchange_without_a_head()
+{
+    FailingCall full{"write", ENOSPC};
+    return exchange_some_parcels() == 0 && full.happened() ? 0 : 1;
+}
+const RoleAdder headless{"exchange-without-a-head", exchange_without_a_head};
+
+int exchange_without_rights()
+{
+    FailingCall forbidden{"fchmod", EPERM};
+    return exchange_some_parcels() == 0 && forbidden.happened() ? 0 : 1;
+}
+const RoleAdder rightless{"exchange-without-rights", exchange_without_rights};
 
 struct Record {
     std::int64_t time;
@@ -125,6 +156,41 @@ TEST(Capture, LeavesNoFileWhenItIsOff)
     const Home home;
     ASSERT_EQ(run_role("exchange-some-parcels").status, 0);
     EXPECT_EQ(access((home.path() + "/capture").c_str(), F_OK), -1);
+}
+
+TEST(Capture, GoesOnAfterAnInterruption)
+{
+    const Home home;
+    ASSERT_EQ(run_role("exchange-while-interrupted", {{"QUORVEL_CAPTURE", home.path() + "/capture"}}).status,
+              0);
+    EXPECT_EQ(records_of(home.read("capture")).size(), 10U);
+}
+
+TEST(Capture, EndsWhenTheDiskIsFullAndSaysSoOnce)
+{
+    const Home home;
+    const Outcome outcome =
+        run_role("exchange-until-the-disk-is-full", {{"QUORVEL_CAPTURE", home.path() + "/capture"}});
+    ASSERT_EQ(outcome.status, 0);
+    const std::size_t said = outcome.errors.find("capturing ends");
+    ASSERT_NE(said, std::string::npos);
+    EXPECT_EQ(outcome.errors.find("capturing ends", said + 1), std::string::npos);
+    EXPECT_EQ(records_of(home.read("capture")).size(), 1U);
+}
+
+TEST(Capture, IsNotBegunInAFileThatCannotBeMadeTheUsersOwn)
+{
+    for (const char* role : {"exchange-without-a-head", "exchange-without-rights"}) {
+        const Home home;
+        const Outcome outcome = run_role(role, {{"QUORVEL_CAPTURE", home.path() + "/capture"}});
+        EXPECT_EQ(outcome.status, 0) << role;
+        EXPECT_NE(outcome.errors.find("nothing is captured"), std::string::npos) << role;
+        EXPECT_EQ(home.read("capture"), "") << role;
+    }
+    const Home home;
+    const Outcome outcome = run_role("exchange-some-parcels", {{"QUORVEL_CAPTURE", "/dev/null"}});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_NE(outcome.errors.find("nothing is captured"), std::string::npos);
 }
 
 }  // namespace

@@ -156,5 +156,35 @@ TEST_F(ForkTest, AProgramThatIsRunSeesItsStandardStreamsOnly)
     EXPECT_EQ(status, 0);
 }
 
+TEST(ForkOfAnAgent, LeavesTheChildWithoutClientsAndTheAgentWithAllOfThem)
+{
+    const Home home;
+    Agent agent;
+    ASSERT_EQ(agent.listen(), 0);
+    Client client;
+    ASSERT_TRUE(client.connect_to_open());
+    const Descriptor not_introduced = connect_raw(home);
+    run_for(20ms);
+    const rpc_port_h port = agent.port(RPC_PORT_PORT_CALLBACK);
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(20);
+        run_for(30ms);
+        const bool is_alone = send_text(port, "from the child") == RPC_PORT_ERROR_IO_ERROR
+                              && agent.listen() == RPC_PORT_ERROR_INVALID_PARAMETER;
+        rpc_port_stub_destroy(std::exchange(agent.stub, nullptr));
+        _exit(is_alone ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    // The child took neither the socket's file nor what was sent to the agent.
+    EXPECT_EQ(access(home.socket().c_str(), F_OK), 0);
+    auto answer = call_aside(client.main, "x");
+    EXPECT_TRUE(run_until([&] { return answer.wait_for(0s) == std::future_status::ready; }));
+    EXPECT_EQ(answer.get().text, "echo:x");
+    EXPECT_TRUE(agent.gone.empty());
+}
+
 }  // namespace
 }  // namespace quorvel::platform::test

@@ -89,8 +89,37 @@ TEST_F(PackageTest, ChecksItsArguments)
     package_info_h info = nullptr;
     EXPECT_EQ(package_info_create(nullptr, &info), -22);
     EXPECT_EQ(package_info_create(kApp, nullptr), -22);
-    EXPECT_EQ(package_info_get_version(nullptr, nullptr), -22);
+    char* version = nullptr;
+    EXPECT_EQ(package_info_get_version(nullptr, &version), -22);
+    home_.install("id=com.example.agent\nversion=1.0\n");
+    ASSERT_EQ(package_info_create(kApp, &info), 0);
+    EXPECT_EQ(package_info_get_version(info, nullptr), -22);
+    EXPECT_EQ(package_info_destroy(info), 0);
     EXPECT_EQ(package_info_destroy(nullptr), -22);
+}
+
+TEST_F(PackageTest, IsUnknownByANameThatIsNoPlainOne)
+{
+    EXPECT_EQ(create(".hidden"), PACKAGE_MANAGER_ERROR_NO_SUCH_PACKAGE);
+    EXPECT_EQ(create("com.example/agent"), PACKAGE_MANAGER_ERROR_NO_SUCH_PACKAGE);
+    EXPECT_EQ(create(std::string(300, 'a').c_str()), PACKAGE_MANAGER_ERROR_NO_SUCH_PACKAGE);
+    home_.install("id=a_b-c.d\nversion=1.1\n", "a_b-c.d");
+    EXPECT_EQ(create("a_b-c.d"), 0);
+    EXPECT_EQ(version_, "1.1");
+}
+
+TEST_F(PackageTest, IsUnknownWhenItsFileIsNone)
+{
+    mkdir((home_.path() + "/packages").c_str(), 0700);
+    ASSERT_EQ(mkdir((home_.path() + "/packages/com.example.agent.package").c_str(), 0700), 0);
+    EXPECT_EQ(create(kApp), PACKAGE_MANAGER_ERROR_NO_SUCH_PACKAGE);
+}
+
+TEST_F(PackageTest, IsFoundWhenItsFileEndsWithoutALineBreak)
+{
+    home_.install("id=com.example.agent\nexec=\nversion=1.2");
+    EXPECT_EQ(create(kApp), 0);
+    EXPECT_EQ(version_, "1.2");
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "support.hpp"
+#include "wire.hpp"
 
 namespace quorvel::platform::test {
 namespace {
@@ -341,11 +342,35 @@ TEST(ParcelArguments, AreCheckedBeforeAnythingIsTouched)
     EXPECT_EQ(rpc_port_parcel_write(parcel, nullptr, nullptr), invalid);
     EXPECT_EQ(rpc_port_parcel_write(parcel, &empty, nullptr), invalid);
     EXPECT_EQ(rpc_port_parcel_read(parcel, &empty, nullptr), invalid);
+    EXPECT_EQ(rpc_port_parcel_read(parcel, nullptr, nullptr), invalid);
     EXPECT_EQ(rpc_port_parcel_read_int32(parcel, nullptr), invalid);
+    EXPECT_EQ(rpc_port_parcel_read_int64(parcel, nullptr), invalid);
+    EXPECT_EQ(rpc_port_parcel_read_bool(parcel, nullptr), invalid);
+    EXPECT_EQ(rpc_port_parcel_read_string(parcel, nullptr), invalid);
+    EXPECT_EQ(rpc_port_parcel_read_bundle(parcel, nullptr), invalid);
+    EXPECT_EQ(rpc_port_parcel_read_array_count(parcel, nullptr), invalid);
+    const char* lent = nullptr;
+    int length = 0;
+    EXPECT_EQ(qv_port_parcel_borrow_string(nullptr, &lent, &length), invalid);
+    EXPECT_EQ(qv_port_parcel_borrow_string(parcel, nullptr, &length), invalid);
+    EXPECT_EQ(qv_port_parcel_borrow_string(parcel, &lent, nullptr), invalid);
     EXPECT_EQ(rpc_port_parcel_send(parcel, nullptr), invalid);
     rpc_port_parcel_destroy(parcel);
     EXPECT_EQ(rpc_port_parcel_create_from_port(&parcel, nullptr), invalid);
     EXPECT_EQ(parcel, nullptr);
+}
+
+TEST(HoldsNul, FindsOneAtEveryPlaceOfEveryLength)
+{
+    for (std::size_t size = 0; size < 70; ++size) {
+        std::string bytes(size, 'x');
+        EXPECT_FALSE(holds_nul(bytes.data(), size)) << size;
+        for (char& byte : bytes) {
+            byte = '\0';
+            EXPECT_TRUE(holds_nul(bytes.data(), size)) << size;
+            byte = 'x';
+        }
+    }
 }
 
 }  // namespace

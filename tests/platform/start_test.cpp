@@ -7,9 +7,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <ostream>
 #include <sstream>
 #include <thread>
 
+#include "failing_calls.hpp"
 #include "support.hpp"
 
 namespace quorvel::platform::test {
@@ -50,11 +52,11 @@ const RoleAdder never{"never-listen", never_listen};
 
 class Start : public testing::Test {
 protected:
-    void install(const std::string& role)
+    void install(const std::string& role) { install(role, home_); }
+    static void install(const std::string& role, const Home& home)
     {
-        home_.install("id=com.example.agent\nversion=1.0\nexec=\""
-                      + std::filesystem::read_symlink("/proc/self/exe").string() + "\" --role " + role
-                      + "\n");
+        home.install("id=com.example.agent\nversion=1.0\nexec=\""
+                     + std::filesystem::read_symlink("/proc/self/exe").string() + "\" --role " + role + "\n");
     }
     std::vector<std::string> starts()
     {
@@ -172,6 +174,57 @@ TEST_F(Start, OfAPackageWithoutAProgramIsHeardAsRejected)
     client.connect();
     EXPECT_TRUE(run_until([&] { return client.ended() != 0; }));
     EXPECT_EQ(client.rejected, 1);
+}
+
+struct StartFault {
+    const char* call;
+    int error;
+    int uses;  // by a start, at the least
+};
+void PrintTo(const StartFault& fault, std::ostream* out)
+{
+    *out << fault.call << " fails with " << fault.error;
+}
+
+class StartUnderFaults : public Start, public testing::WithParamInterface<StartFault> {};
+
+TEST_P(StartUnderFaults, IsHeardOfAndHappensTheNextTime)
+{
+    const std::size_t descriptors = open_descriptors();
+    for (int nth = 1; nth <= GetParam().uses; ++nth) {
+        // The agent of the round before may live for a while.
+        const Home home;
+        install("serve-for-a-while", home);
+        {
+            FailingCall fault{GetParam().call, GetParam().error, nth};
+            Client client;
+            EXPECT_EQ(client.connect(), 0);
+            EXPECT_TRUE(run_until([&] { return client.connected + client.ended() != 0; }));
+            EXPECT_TRUE(fault.happened()) << nth;
+        }
+        Client next;
+        EXPECT_TRUE(next.connect_to_open()) << nth;
+        EXPECT_EQ(call(next.main, "x").text, "echo:x");
+    }
+    EXPECT_TRUE(run_until([&] { return open_descriptors() <= descriptors; }, 1s));
+}
+
+INSTANTIATE_TEST_SUITE_P(Calls, StartUnderFaults,
+                         testing::Values(StartFault{"open", EMFILE, 3}, StartFault{"pipe2", EMFILE, 1},
+                                         StartFault{"_Fork", EAGAIN, 1}, StartFault{"waitpid", EINTR, 1},
+                                         StartFault{"read", EINTR, 3}, StartFault{"read", EIO, 3},
+                                         StartFault{"syscall", ENOSYS, 2}, StartFault{"mkdir", EACCES, 2}));
+
+TEST_F(Start, CutsALogShortThatHasGrownTooLong)
+{
+    install("serve-for-a-while");
+    std::filesystem::create_directory(home_.path() + "/state");
+    const std::string log = home_.path() + "/state/com.example.agent.log";
+    std::ofstream{log} << "old";
+    std::filesystem::resize_file(log, (4 << 20) + 1);
+    Client client;
+    ASSERT_TRUE(client.connect_to_open());
+    EXPECT_LT(std::filesystem::file_size(log), 1000U);
 }
 
 }  // namespace

@@ -370,6 +370,132 @@ TEST_F(StubTest, ChecksItsArguments)
     EXPECT_EQ(rpc_port_stub_add_received_event_cb(agent_.stub, nullptr, nullptr), invalid);
     EXPECT_EQ(rpc_port_stub_get_port(agent_.stub, RPC_PORT_PORT_MAIN, "nobody", &port), invalid);
     EXPECT_EQ(rpc_port_stub_get_port(agent_.stub, RPC_PORT_PORT_MAIN, nullptr, &port), invalid);
+    EXPECT_EQ(rpc_port_stub_get_port(agent_.stub, RPC_PORT_PORT_MAIN, "nobody", nullptr), invalid);
+    EXPECT_EQ(rpc_port_stub_get_port(nullptr, RPC_PORT_PORT_MAIN, "nobody", &port), invalid);
+    EXPECT_EQ(rpc_port_stub_get_port(agent_.stub, static_cast<rpc_port_port_type_e>(2), "nobody", &port),
+              invalid);
+    rpc_port_stub_h gone = nullptr;
+    ASSERT_EQ(rpc_port_stub_create(&gone, kPort), 0);
+    EXPECT_EQ(rpc_port_stub_destroy(gone), 0);
+    EXPECT_EQ(rpc_port_stub_destroy(gone), invalid);
+    EXPECT_EQ(rpc_port_stub_listen(gone), invalid);
+}
+
+// What is read when a request has more than one parcel.
+
+int read_one(rpc_port_h port, std::string* value = nullptr)
+{
+    rpc_port_parcel_h parcel = nullptr;
+    const int result = rpc_port_parcel_create_from_port(&parcel, port);
+    if (result != 0)
+        return result;
+    char* got = nullptr;
+    rpc_port_parcel_read_string(parcel, &got);
+    if (value != nullptr)
+        *value = got;
+    free(got);
+    rpc_port_parcel_destroy(parcel);
+    return result;
+}
+
+TEST_F(StubWithShortDeadlines, WaitsForTheSecondParcelOfARequest)
+{
+    Client client;
+    ASSERT_TRUE(client.connect_to_open());
+    std::string second;
+    agent_.on_request = [&](rpc_port_h port) {
+        EXPECT_EQ(read_one(port), 0);
+        EXPECT_EQ(read_one(port, &second), 0);
+        return 0;
+    };
+    std::thread asking{[&] {
+        send_text(client.main, "one");
+        std::this_thread::sleep_for(30ms);
+        send_text(client.main, "two");
+    }};
+    EXPECT_TRUE(run_until([&] { return !second.empty(); }));
+    asking.join();
+    EXPECT_EQ(second, "two");
+}
+
+TEST_F(StubWithShortDeadlines, WaitsUntilTheDeadlineForAParcelThatDoesNotCome)
+{
+    Client client;
+    ASSERT_TRUE(client.connect_to_open());
+    int result = 0;
+    std::chrono::steady_clock::duration took{};
+    agent_.on_request = [&](rpc_port_h port) {
+        EXPECT_EQ(read_one(port), 0);
+        const auto start = std::chrono::steady_clock::now();
+        result = read_one(port);
+        took = std::chrono::steady_clock::now() - start;
+        return 0;
+    };
+    send_text(client.main, "alone");
+    EXPECT_TRUE(run_until([&] { return result != 0; }));
+    EXPECT_EQ(result, RPC_PORT_ERROR_IO_ERROR);
+    EXPECT_GE(took, 300ms);
+    EXPECT_LT(took, 300ms + kSlack);
+    EXPECT_TRUE(agent_.gone.empty());
+}
+
+TEST_F(StubTest, DoesNotWaitForAParcelOfAClientThatIsGone)
+{
+    Link link = connect();
+    std::vector<int> results;
+    agent_.on_request = [&](rpc_port_h port) {
+        EXPECT_EQ(read_one(port), 0);
+        link.main.reset();
+        results.push_back(read_one(port));
+        results.push_back(read_one(port));
+        return 0;
+    };
+    write_all(link.main.get(), frame(text("last words")));
+    EXPECT_TRUE(run_until([&] { return agent_.gone.size() == 1; }));
+    EXPECT_EQ(results, (std::vector<int>{RPC_PORT_ERROR_IO_ERROR, RPC_PORT_ERROR_IO_ERROR}));
+}
+
+TEST_F(StubTest, ReadsNothingFromTheCallbackPort)
+{
+    const Link link = connect();
+    EXPECT_EQ(read_one(agent_.port(RPC_PORT_PORT_CALLBACK)), RPC_PORT_ERROR_INVALID_PARAMETER);
+}
+
+TEST_F(StubTest, RefusesAnAnswerThatIsTooLongAndKeepsTheClient)
+{
+    const Link link = connect();
+    const rpc_port_h port = agent_.port(RPC_PORT_PORT_MAIN);
+    const std::string half(std::size_t{33} << 20, 'x');
+    rpc_port_parcel_h parcel = nullptr;
+    rpc_port_parcel_create(&parcel);
+    rpc_port_parcel_write_string(parcel, half.c_str());
+    rpc_port_parcel_write_string(parcel, half.c_str());
+    EXPECT_EQ(rpc_port_parcel_send(parcel, port), RPC_PORT_ERROR_INVALID_PARAMETER);
+    rpc_port_parcel_destroy(parcel);
+    // One whose write failed lacks what could not be written.
+    const std::string whole(std::size_t{64} << 20, 'x');
+    rpc_port_parcel_create(&parcel);
+    rpc_port_parcel_write_string(parcel, whole.c_str());
+    EXPECT_EQ(rpc_port_parcel_send(parcel, port), RPC_PORT_ERROR_INVALID_PARAMETER);
+    rpc_port_parcel_destroy(parcel);
+    EXPECT_EQ(ask(link, "still there?"), text("echo:still there?"));
+}
+
+TEST_F(StubWithShortDeadlines, TurnsAwaySocketsThatAreTooManyBeforeTheyIntroduceThemselves)
+{
+    // Two connections are possible, which have two sockets each.
+    std::vector<Descriptor> silent;
+    for (int i = 0; i < 4; ++i)
+        silent.push_back(connect_raw(home_));
+    run_for(20ms);
+    const Descriptor one_more = connect_raw(home_);
+    run_for(20ms);
+    EXPECT_TRUE(is_at_end(one_more.get()));
+    // The others had their time, and make room.
+    run_for(300ms);
+    EXPECT_TRUE(is_at_end(silent[0].get()));
+    Client client;
+    EXPECT_TRUE(client.connect_to_open());
 }
 
 }  // namespace

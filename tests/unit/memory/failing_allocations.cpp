@@ -14,21 +14,6 @@ struct Plan {
 };
 thread_local Plan plan;
 
-bool fails()
-{
-    ++plan.seen;
-    if (plan.failing == 0) {
-        return false;
-    }
-    if (plan.until > 1) {
-        --plan.until;
-        return false;
-    }
-    --plan.failing;
-    plan.happened = true;
-    return true;
-}
-
 }  // namespace
 
 FailingAllocation::FailingAllocation(int nth, int how_many)
@@ -45,6 +30,21 @@ bool FailingAllocation::happened()
 {
     plan.failing = 0;
     return plan.happened;
+}
+
+bool allocation_fails()
+{
+    ++plan.seen;
+    if (plan.failing == 0) {
+        return false;
+    }
+    if (plan.until > 1) {
+        --plan.until;
+        return false;
+    }
+    --plan.failing;
+    plan.happened = true;
+    return true;
 }
 
 int allocations_seen()
@@ -70,31 +70,31 @@ void* __wrap__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag);
 
 void* __wrap_malloc(std::size_t size)
 {
-    return fails() ? nullptr : __real_malloc(size);
+    return allocation_fails() ? nullptr : __real_malloc(size);
 }
 
 void* __wrap_calloc(std::size_t count, std::size_t size)
 {
-    return fails() ? nullptr : __real_calloc(count, size);
+    return allocation_fails() ? nullptr : __real_calloc(count, size);
 }
 
 void* __wrap_realloc(void* block, std::size_t size)
 {
-    return fails() ? nullptr : __real_realloc(block, size);
+    return allocation_fails() ? nullptr : __real_realloc(block, size);
 }
 
 char* __wrap_strdup(const char* string)
 {
-    return fails() ? nullptr : __real_strdup(string);
+    return allocation_fails() ? nullptr : __real_strdup(string);
 }
 
 char* __wrap_strndup(const char* string, std::size_t size)
 {
-    return fails() ? nullptr : __real_strndup(string, size);
+    return allocation_fails() ? nullptr : __real_strndup(string, size);
 }
 
 void* __wrap__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag)
 {
-    return fails() ? nullptr : __real__ZnwmRKSt9nothrow_t(size, tag);
+    return allocation_fails() ? nullptr : __real__ZnwmRKSt9nothrow_t(size, tag);
 }
 }

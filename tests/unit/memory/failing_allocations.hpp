@@ -21,6 +21,9 @@ public:
     bool happened();
 };
 
+// Does the one that is asked for now fail? For a program that redirects further functions.
+bool allocation_fails();
+
 // How many allocations this thread has asked for since the last FailingAllocation was made.
 int allocations_seen();
 
