@@ -71,8 +71,9 @@ struct Out {
             Value made = nullptr;
             if (create_record(TypeOf<Value>::type, &made, at) != 0)
                 return false;
-            rpc_port_parcel_read(parcel, &made->parcelable, made);
+            // What there is of it is handed out in any case, and released with the rest of a failed answer.
             *target = made;
+            return read_whole(parcel, made->parcelable, made);
         }
         return true;
     }

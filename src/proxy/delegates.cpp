@@ -173,7 +173,7 @@ void* create_delegate_object(const DelegateType& type, void (*callback)(), bool 
         log_proxy(DLOG_ERROR, at, PROXY_TEXT("Out of memory"));
         return nullptr;
     }
-    auto* const delegate = new (memory) Delegate{};
+    Delegate* const delegate = new (memory) Delegate{};
     delegate->type = &type;
     delegate->parcelable = type.parcelable;
     delegate->id = type.id;
@@ -406,14 +406,16 @@ Firing::~Firing()
     drop_reference(delegate_.get());
 }
 
-Text::Text(rpc_port_parcel_h parcel)
+Text::Text(Incoming& from)
 {
     int length = 0;
+    if (from.is_broken_off)
+        return;
     if (qv_port_parcel_borrow_string != nullptr) {
-        qv_port_parcel_borrow_string(parcel, &value_, &length);
+        qv_port_parcel_borrow_string(from.parcel, &value_, &length);
         return;
     }
-    rpc_port_parcel_read_string(parcel, &copy_);
+    rpc_port_parcel_read_string(from.parcel, &copy_);
     value_ = copy_;
 }
 

@@ -211,9 +211,22 @@ private:
 
 // The parameters of a delegate, each read from the parcel and released after the call.
 
+/// A callback's parcel. Nothing is read behind a value that there was no memory for.
+struct Incoming {
+    rpc_port_parcel_h parcel;
+    bool is_broken_off = false;
+
+    template <typename Value>
+    void read(int (*read_value)(rpc_port_parcel_h, Value*), Value& value)
+    {
+        if (!is_broken_off)
+            read_value(parcel, &value);
+    }
+};
+
 class Number {
 public:
-    explicit Number(rpc_port_parcel_h parcel) { rpc_port_parcel_read_int32(parcel, &value_); }
+    explicit Number(Incoming& from) { from.read(rpc_port_parcel_read_int32, value_); }
     int value() const { return value_; }
 
 private:
@@ -222,7 +235,7 @@ private:
 
 class LongNumber {
 public:
-    explicit LongNumber(rpc_port_parcel_h parcel) { rpc_port_parcel_read_int64(parcel, &value_); }
+    explicit LongNumber(Incoming& from) { from.read(rpc_port_parcel_read_int64, value_); }
     long long value() const { return value_; }
 
 private:
@@ -231,7 +244,7 @@ private:
 
 class Flag {
 public:
-    explicit Flag(rpc_port_parcel_h parcel) { rpc_port_parcel_read_bool(parcel, &value_); }
+    explicit Flag(Incoming& from) { from.read(rpc_port_parcel_read_bool, value_); }
     bool value() const { return value_; }
 
 private:
@@ -241,7 +254,7 @@ private:
 /// A text where it lies in the parcel, or, where the platform cannot lend it, a copy that is wiped.
 class Text {
 public:
-    explicit Text(rpc_port_parcel_h parcel);
+    explicit Text(Incoming& from);
     ~Text();
     Text(const Text&) = delete;
     Text& operator=(const Text&) = delete;
@@ -257,21 +270,28 @@ using SecretText = Text;
 template <typename Handle>
 class Object {
 public:
-    explicit Object(rpc_port_parcel_h parcel, CallSite at = CallSite::here())
+    explicit Object(Incoming& from, CallSite at = CallSite::here())
     {
-        if (create_record(TypeOf<Handle>::type, &value_, at) == 0)
-            rpc_port_parcel_read(parcel, &value_->parcelable, value_);
+        if (from.is_broken_off)
+            return;
+        from.is_broken_off = create_record(TypeOf<Handle>::type, &value_, at) != 0
+                             || !read_whole(from.parcel, value_->parcelable, value_);
+        // One that is incomplete is none: whoever wants a copy of it then tells that there is none.
+        if (from.is_broken_off)
+            release();
     }
-    ~Object()
-    {
-        if (value_ != nullptr)
-            destroy_record(TypeOf<Handle>::type, value_);
-    }
+    ~Object() { release(); }
     Object(const Object&) = delete;
     Object& operator=(const Object&) = delete;
     Handle value() const { return value_; }
 
 private:
+    void release()
+    {
+        if (value_ != nullptr)
+            destroy_record(TypeOf<Handle>::type, std::exchange(value_, nullptr));
+    }
+
     Handle value_ = nullptr;
 };
 
@@ -293,7 +313,8 @@ struct Dispatch {
              CallSite at = CallSite::here()) const
     {
         // Braces read the parameters in their order; all of them live until the call is over.
-        Delivery{listed, id, seq_id, at, Parameters{parcel}...};
+        [[maybe_unused]] Incoming incoming{parcel};
+        Delivery{listed, id, seq_id, at, Parameters{incoming}...};
     }
 };
 

@@ -93,6 +93,16 @@ int out_of_memory(const CallSite& at)
     return -1;
 }
 
+/// Whether reading a record or an array was broken off. The port stands between who reads it and who has to
+/// know.
+thread_local bool is_broken_off = false;
+
+bool break_off(const CallSite& at)
+{
+    is_broken_off = true;
+    return out_of_memory(at) == 0;
+}
+
 void report_empty(const char* name, const CallSite& at)
 {
     log_proxy(DLOG_WARN, at, PROXY_TEXT("%s is empty"), name);
@@ -283,7 +293,7 @@ bool read_vector(rpc_port_parcel_h parcel, Element*& vector, int& count, const C
         return true;
     vector = new_vector<Element>(announced);
     if (vector == nullptr)
-        return out_of_memory(at) == 0;
+        return break_off(at);
     count = announced;
     return true;
 }
@@ -318,6 +328,7 @@ bool read_field(rpc_port_parcel_h parcel, void* record, const Field& field, cons
 /// one.
 class Gathering {
 public:
+    // cppcheck-suppress uninitMemberVar ; room for texts, which is looked at as far as it was filled.
     explicit Gathering(const RecordType& type, const CallSite& at) : type_{type}, at_{at} {}
     ~Gathering()
     {
@@ -396,7 +407,7 @@ private:
                 int count = 0;
                 rpc_port_parcel_read_array_count(parcel, &count);
                 if (count < 0 || count > max_list_size)
-                    return out_of_memory(at_) == 0;
+                    return break_off(at_);
                 value.number = count;
                 if (count > 0)
                     vector_size_ += (static_cast<std::size_t>(count) + 1) * sizeof(char*);
@@ -663,6 +674,7 @@ void read_record(const RecordType& type, rpc_port_parcel_h parcel, void* record,
         refuse(at);
         return;
     }
+    is_broken_off = false;
     release_fields(type, record);
     for (const Field& field : type.fields) {
         if (!read_field(parcel, record, field, at))
@@ -842,6 +854,7 @@ void read_array(const ArrayType& type, rpc_port_parcel_h parcel, void* object, C
         refuse(at);
         return;
     }
+    is_broken_off = false;
     auto& array = *static_cast<Array*>(object);
     release_elements(type, array);
     if (!read_vector(parcel, array.elements, array.count, at))
@@ -861,9 +874,18 @@ void read_array(const ArrayType& type, rpc_port_parcel_h parcel, void* object, C
             rpc_port_parcel_read(parcel, &at_offset<rpc_port_parcelable_t>(element, 0), element);
         if (element == nullptr) {
             log_proxy(DLOG_ERROR, at, PROXY_TEXT("Failed to create handle"));
-            return;
+            is_broken_off = true;
         }
+        if (is_broken_off)
+            return;
     }
+}
+
+bool read_whole(rpc_port_parcel_h parcel, rpc_port_parcelable_t& parcelable, void* object)
+{
+    is_broken_off = false;
+    rpc_port_parcel_read(parcel, &parcelable, object);
+    return !is_broken_off;
 }
 
 int set_strings(const ArrayType& type, void* array, const char* const* values, int count, CallSite at)

@@ -120,6 +120,10 @@ void write_array(const ArrayType& type, rpc_port_parcel_h parcel, void* array,
                  CallSite at = CallSite::here());
 void read_array(const ArrayType& type, rpc_port_parcel_h parcel, void* array, CallSite at = CallSite::here());
 
+/// Reads a record or an array with its own routine. False when there was no memory for all of it: where the
+/// next value begins is not known then.
+bool read_whole(rpc_port_parcel_h parcel, rpc_port_parcelable_t& parcelable, void* object);
+
 int set_text(const RecordType& type, void* record, const Field& field, const char* value,
              CallSite at = CallSite::here());
 int get_text(const RecordType& type, const void* record, const Field& field, char** value,

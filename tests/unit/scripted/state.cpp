@@ -6,6 +6,8 @@
 #include <ostream>
 #include <stdexcept>
 
+#include "misreads.hpp"
+
 namespace scripted {
 namespace detail {
 
@@ -169,6 +171,12 @@ Strings misuses()
 {
     const Lock lock(state().mutex);
     return state().misuses;
+}
+
+int misreads()
+{
+    const Lock lock(state().mutex);
+    return state().misreads;
 }
 
 std::ostream& operator<<(std::ostream& out, const Live& live)

@@ -180,15 +180,13 @@ struct State {
 
     std::array<FunctionRecord, static_cast<std::size_t>(Function::how_many)> functions;
     Strings misuses;
+    int misreads = 0;
     bool strings_are_null = false;
 
     std::vector<LogLine> log;
     bool keeps_log = true;
 
-    void* new_handle()
-    {
-        return reinterpret_cast<void*>(++last_handle);
-    }  // NOLINT(performance-no-int-to-ptr)
+    void* new_handle() { return reinterpret_cast<void*>(++last_handle); }
     std::shared_ptr<Connection> connection(rpc_port_proxy_h handle);
     std::shared_ptr<Stub> stub(rpc_port_stub_h handle);
     Parcel* parcel(rpc_port_parcel_h handle,
@@ -216,6 +214,7 @@ const T* next_value(Parcel& parcel)
             ++parcel.next;
             return value;
         }
+        ++state().misreads;
     }
     parcel.failed = true;
     return nullptr;
