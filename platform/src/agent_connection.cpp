@@ -26,6 +26,8 @@ constexpr std::chrono::microseconds kSlicePause{100};
 // How much of an answer is handed to the kernel at once while its reader is waited for, and how long that may
 // go on.
 constexpr std::size_t kSlice = std::size_t{256} << 10;
+// A longer answer does not wait for the others that leave with it.
+constexpr std::size_t kLongestHeld = std::size_t{4} << 10;
 constexpr auto kPatience = std::chrono::milliseconds{5};
 
 std::string printable(std::string_view text)
@@ -204,11 +206,21 @@ int AgentConnection::send_frame(Side& to, PortKind kind, std::string_view frame,
 bool AgentConnection::push(Side& to, PortKind kind, std::string_view& rest)
 {
     const std::lock_guard lock{to.mutex};
+    if (to.is_held && rest.size() <= kLongestHeld && enqueue(to, rest))
+        return true;
     flush_locked(to, kind);
     if (to.queue.empty() && !(kind == PortKind::main ? write_patiently(to, rest) : write(to, rest)))
         doom();
     if (is_doomed() || rest.empty())
         return true;
+    if (!enqueue(to, rest))
+        return false;
+    arm(to, kind, true);
+    return true;
+}
+
+bool AgentConnection::enqueue(Side& to, std::string_view& rest)
+{
     if (!reserve(rest.size()))
         return false;
     try {
@@ -218,8 +230,24 @@ bool AgentConnection::push(Side& to, PortKind kind, std::string_view& rest)
         throw;
     }
     rest = {};
-    arm(to, kind, true);
     return true;
+}
+
+// Several requests that came together are answered together: their threads are woken by one send instead of
+// one each. What is long goes at once, behind what was held back.
+void AgentConnection::hold_answers() noexcept
+{
+    const std::lock_guard lock{main_.mutex};
+    main_.is_held = true;
+}
+
+void AgentConnection::release_answers() noexcept
+{
+    const std::lock_guard lock{main_.mutex};
+    main_.is_held = false;
+    flush_locked(main_, PortKind::main);
+    if (!main_.queue.empty())
+        arm(main_, PortKind::main, true);
 }
 
 // Who asked is reading, so an answer that is longer than the socket's buffer goes a moment later, straight
@@ -331,7 +359,7 @@ AgentConnection::Fill AgentConnection::fill(bool wait)
             result = Fill::over;
         else if (!input_.received(static_cast<std::size_t>(count)))
             fault = "it announces a request of an impossible length";
-        waiting_frames_.store(input_.frames());
+        waiting_frames_.store(input_.frames(), std::memory_order_release);
     }
     if (fault != nullptr) {
         QV_LOG(DLOG_ERROR, "client %s is dropped: %s", instance_.c_str(), fault);
@@ -350,7 +378,7 @@ void AgentConnection::drop_one_frame()
 bool AgentConnection::take_locked(Parcel& parcel) noexcept
 {
     const bool taken = input_.take(parcel, false);
-    waiting_frames_.store(input_.frames());
+    waiting_frames_.store(input_.frames(), std::memory_order_release);
     return taken;
 }
 

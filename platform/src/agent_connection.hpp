@@ -84,11 +84,14 @@ public:
     // The loop's. Receiving either looks, or waits for as long as the socket's own time-out lasts.
     enum class Fill { some, nothing, over };
     Fill fill(bool wait);
-    std::size_t waiting_frames() const noexcept { return waiting_frames_.load(); }
+    std::size_t waiting_frames() const noexcept { return waiting_frames_.load(std::memory_order_acquire); }
     void drop_one_frame();
     // Whether something waits for room in one of its sockets.
     bool owes() const noexcept { return main_.armed.load() || callback_.armed.load(); }
     void flush(PortKind port);
+    // While several requests that came together are served, short answers to them leave together as well.
+    void hold_answers() noexcept;
+    void release_answers() noexcept;
 
     void after_fork() noexcept override;
 
@@ -100,6 +103,7 @@ private:
         TimedLock sending;  // a whole frame
         std::mutex mutex;   // a step of it
         OutQueue queue;
+        bool is_held = false;            // what is short waits in the queue; changed under the mutex
         std::atomic<bool> armed{false};  // the loop hears when there is room; changed under the mutex
     };
 
@@ -111,6 +115,7 @@ private:
     bool push(Side& side, PortKind port, std::string_view& rest);
     bool write_patiently(Side& side, std::string_view& rest) noexcept;
     bool write(Side& side, std::string_view& rest) noexcept;
+    bool enqueue(Side& side, std::string_view& rest);
     bool reserve(std::size_t size) noexcept;
     bool take_locked(Parcel& parcel) noexcept;
     void flush_locked(Side& side, PortKind port) noexcept;

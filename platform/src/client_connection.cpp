@@ -689,9 +689,8 @@ void ClientConnection::shut_down() noexcept
 
 void ClientConnection::watch_delivery(const Ref<ClientConnection>& self) noexcept
 {
-    auto reference = std::unique_ptr<Ref<ClientConnection>>{new (std::nothrow) Ref<ClientConnection>{self}};
-    if (reference == nullptr)
-        return;
+    // Nothing that this thread would have to free: its first would cost a heap of its own.
+    Slot* const reference = Handles::give_away(self);
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
@@ -703,16 +702,18 @@ void ClientConnection::watch_delivery(const Ref<ClientConnection>& self) noexcep
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &before);
     pthread_t thread{};
-    if (pthread_create(&thread, &attributes, run_watch, reference.get()) == 0)
-        static_cast<void>(reference.release());
+    if (pthread_create(&thread, &attributes, run_watch, reference) != 0)
+        Handles::take_back(reference);
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     pthread_attr_destroy(&attributes);
 }
 
 void* ClientConnection::run_watch(void* self) noexcept
 {
-    const std::unique_ptr<Ref<ClientConnection>> reference{static_cast<Ref<ClientConnection>*>(self)};
-    (*reference)->watch_until_told();
+    auto* const given = static_cast<Slot*>(self);
+    const Ref<ClientConnection> connection = Handles::borrow<ClientConnection>(given);
+    Handles::take_back(given);
+    connection->watch_until_told();
     return nullptr;
 }
 

@@ -15,7 +15,7 @@ struct Slot {
     Counted* object = nullptr;
     Slot* next_free = nullptr;
     std::uint16_t index = 0;
-    HandleKind kind = HandleKind::proxy;
+    std::atomic<HandleKind> kind = HandleKind::proxy;
 };
 
 namespace {
@@ -90,7 +90,7 @@ Slot* Handles::add_any(Counted* object, HandleKind kind)
         throw;
     }
     slot->object = object;
-    slot->kind = kind;
+    slot->kind.store(kind, std::memory_order_relaxed);
     // One reference for the handle, one for the caller.
     slot->state.fetch_add(kAlive + 2, std::memory_order_release);
     return slot;
@@ -106,13 +106,11 @@ Slot* Handles::find_any(const void* handle, HandleKind kind, HandleTag tag) noex
     Slot* slot = &group[index % kSlotsInGroup];
     std::uint64_t state = slot->state.load(std::memory_order_acquire);
     do {
-        if (generation(state) != number >> 16 || (state & kAlive) == 0)
+        // A slot's kind stays as long as its generation does.
+        if (generation(state) != number >> 16 || (state & kAlive) == 0
+            || slot->kind.load(std::memory_order_relaxed) != kind)
             return nullptr;
     } while (!slot->state.compare_exchange_weak(state, state + 1, std::memory_order_acquire));
-    if (slot->kind != kind) {
-        release(slot);
-        return nullptr;
-    }
     return slot;
 }
 

@@ -386,6 +386,16 @@ void Stub::serve(const Ref<AgentConnection>& client)
 // True when there is more.
 bool Stub::serve_frames(const Ref<AgentConnection>& client)
 {
+    if (client->waiting_frames() < 2)
+        return serve_each(client);
+    client->hold_answers();
+    const std::unique_ptr<AgentConnection, void (*)(AgentConnection*)> at_end{
+        &*client, [](AgentConnection* connection) { connection->release_answers(); }};
+    return serve_each(client);
+}
+
+bool Stub::serve_each(const Ref<AgentConnection>& client)
+{
     for (int served = 0; !client->is_doomed(); ++served) {
         const std::size_t waiting = client->waiting_frames();
         if (waiting == 0)

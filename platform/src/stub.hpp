@@ -83,6 +83,7 @@ private:
     void serve(const Ref<AgentConnection>& client);
     void serve_backlog();
     bool serve_frames(const Ref<AgentConnection>& client);
+    bool serve_each(const Ref<AgentConnection>& client);
     void linger(Deadline turn_end);
     void note_activity(std::uint64_t number) noexcept;
     void drop(const Ref<AgentConnection>& client);

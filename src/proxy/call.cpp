@@ -55,7 +55,7 @@ rpc_port_parcel_h Exchange::receive()
         // be: whoever holds the gate is sending. It is not waited for, since it may itself be waiting behind
         // this call.
         const std::unique_lock gate{proxy_.turns.gate, std::try_to_lock};
-        if (gate.owns_lock() && !proxy_.turns.owes_other_answers(ticket_))
+        if (gate.owns_lock() && !proxy_.turns.owes_other_answers())
             answer = next_result();
     }
     if (answer == nullptr) {

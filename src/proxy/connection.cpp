@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "internal/locks.hpp"
 #include "internal/log.hpp"
@@ -186,40 +187,56 @@ void shut_down(Proxy& proxy)
 
 void TurnQueue::join(Ticket& ticket, bool is_sent)
 {
-    const std::lock_guard lock{mutex_};
+    ticket.number = joined_++;
     ticket.is_sent = is_sent;
-    ticket.is_head = ticket.joined_at_head = head_ == nullptr;
-    (head_ != nullptr ? tail_->next : head_) = &ticket;
-    tail_ = &ticket;
-    outstanding_ += is_sent ? 1 : 0;
+    sent_ += is_sent ? 1 : 0;
 }
 
-void TurnQueue::wait_for_turn(Ticket& ticket)
+void TurnQueue::wait_for_turn(const Ticket& ticket)
 {
-    if (ticket.joined_at_head)
+    if (turn_.load(std::memory_order_acquire) == ticket.number)
         return;
-    std::unique_lock lock{mutex_};
-    ticket.came_to_head.wait(lock, [&ticket] { return ticket.is_head; });
-}
-
-bool TurnQueue::owes_other_answers(const Ticket& ticket)
-{
-    const std::lock_guard lock{mutex_};
-    return outstanding_ > (ticket.is_sent ? 1U : 0U);
-}
-
-void TurnQueue::pass(Ticket& ticket)
-{
-    const std::lock_guard lock{mutex_};
-    outstanding_ -= ticket.is_sent ? 1 : 0;
-    head_ = ticket.next;
-    if (head_ == nullptr) {
-        tail_ = nullptr;
-        return;
+    // Whoever passes the turn looks at the two words in the other order, so one of us sees the other.
+    ++waiting_;
+    Waiter self{ticket.number, nullptr, {}};
+    bool is_waiting = false;
+    {
+        const std::lock_guard lock{mutex_};
+        is_waiting = turn_ != ticket.number;
+        if (is_waiting) {
+            sem_init(&self.came_to_head, 0, 0);
+            self.next = std::exchange(waiters_, &self);
+        }
     }
-    head_->is_head = true;
-    // With the lock held: the ticket is on the stack of a thread that goes on as soon as it can have it.
-    head_->came_to_head.notify_one();
+    if (is_waiting) {
+        while (sem_wait(&self.came_to_head) != 0) {
+        }
+        sem_destroy(&self.came_to_head);
+    }
+    --waiting_;
+}
+
+bool TurnQueue::owes_other_answers() const
+{
+    return sent_ > answered_;
+}
+
+void TurnQueue::pass(const Ticket& ticket)
+{
+    answered_ += ticket.is_sent ? 1 : 0;
+    const std::uint64_t next = ticket.number + 1;
+    turn_ = next;
+    if (waiting_ == 0)
+        return;
+    const std::lock_guard lock{mutex_};
+    for (Waiter** link = &waiters_; *link != nullptr; link = &(*link)->next) {
+        Waiter& waiter = **link;
+        if (waiter.number == next) {
+            *link = waiter.next;
+            sem_post(&waiter.came_to_head);
+            return;
+        }
+    }
 }
 
 Proxy::Proxy() noexcept

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <quorvel_client_proxy.h>
+#include <semaphore.h>
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <mutex>
 
@@ -26,26 +26,37 @@ public:
     class Ticket {
     private:
         friend class TurnQueue;
-        Ticket* next = nullptr;
+        std::uint64_t number = 0;
         bool is_sent = false;
-        bool is_head = false;
-        bool joined_at_head = false;  ///< the owner's alone: there is nothing to wait for
-        std::condition_variable came_to_head;
     };
 
     std::recursive_mutex gate;  ///< held while a request is sent; a port may enter again from inside its send
 
     void join(Ticket& ticket, bool is_sent);  ///< with the gate held
-    void wait_for_turn(Ticket& ticket);
-    /// Whether another call's answer is still to come; with the gate held, so that none is added.
-    bool owes_other_answers(const Ticket& ticket);
-    void pass(Ticket& ticket);
+    void wait_for_turn(const Ticket& ticket);
+    /// Whether another call's answer is still to come; in one's turn, and with the gate held, so that none is
+    /// added.
+    bool owes_other_answers() const;
+    void pass(const Ticket& ticket);
 
 private:
+    /// A call that is not at the head yet. It is woken by a semaphore: waiting for a condition would cost
+    /// every wake-up one more system call, for the mutex that is taken again.
+    struct Waiter {
+        std::uint64_t number;
+        Waiter* next;
+        sem_t came_to_head;
+    };
+
+    // Written with the gate held, or by the one whose turn it is: a call alone takes no other lock.
+    std::uint64_t joined_ = 0;
+    std::uint64_t sent_ = 0;
+    std::uint64_t answered_ = 0;  ///< of those that were sent
+    std::atomic<std::uint64_t> turn_ = 0;
+
+    std::atomic<unsigned> waiting_ = 0;
     std::mutex mutex_;
-    Ticket* head_ = nullptr;
-    Ticket* tail_ = nullptr;
-    unsigned outstanding_ = 0;  ///< tickets in the queue whose request was sent
+    Waiter* waiters_ = nullptr;
 };
 
 /// The proxy's record: what its header shows, then our own.
