@@ -424,10 +424,10 @@ void AgentConnection::after_fork() noexcept
     doomed_.store(true);
     for (Side* side : {&main_, &callback_}) {
         side->socket.reset();
-        new (&side->sending) TimedLock;
-        new (&side->mutex) std::mutex;
+        new (&side->sending) QuickLock;
+        new (&side->mutex) QuickLock;
     }
-    new (&input_lock_) std::mutex;
+    new (&input_lock_) QuickLock;
 }
 
 }  // namespace quorvel::platform

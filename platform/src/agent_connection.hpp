@@ -11,8 +11,8 @@
 #include "frames.hpp"
 #include "handles.hpp"
 #include "places.hpp"
+#include "quick_lock.hpp"
 #include "sockets.hpp"
-#include "timed_lock.hpp"
 
 namespace quorvel::platform {
 
@@ -100,8 +100,8 @@ private:
     struct Side {
         explicit Side(Descriptor fd) : socket(std::move(fd)) {}
         Descriptor socket;
-        TimedLock sending;  // a whole frame
-        std::mutex mutex;   // a step of it
+        QuickLock sending;  // a whole frame
+        QuickLock mutex;    // a step of it
         OutQueue queue;
         bool is_held = false;            // what is short waits in the queue; changed under the mutex
         std::atomic<bool> armed{false};  // the loop hears when there is room; changed under the mutex
@@ -131,7 +131,7 @@ private:
     bool rejected_ = false;
     Side main_;
     Side callback_;
-    std::mutex input_lock_;
+    QuickLock input_lock_;
     FrameInput input_;
     std::atomic<std::size_t> waiting_frames_{0};  // changed under the lock
 };

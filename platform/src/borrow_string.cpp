@@ -17,9 +17,9 @@ int lend(const char* text, std::size_t length, const char** str, int* lent) noex
 {
     if (str == nullptr || length == nullptr)
         return RPC_PORT_ERROR_INVALID_PARAMETER;
-    std::size_t size = 0;
-    if (const char* text = parcel.next_string(size); text != nullptr)
-        return lend(text, size, str, length);
+    if (const std::size_t size = parcel.string_size(); size != 0)
+        return lend(parcel.pass_string(size), size - 1, str, length);
+    parcel.fail();
     lend("", 0, str, length);
     return RPC_PORT_ERROR_IO_ERROR;
 }

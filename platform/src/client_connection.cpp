@@ -760,9 +760,9 @@ void ClientConnection::after_fork() noexcept
     program_.reset();
     source_.after_fork();
     new (&making_) std::mutex;
-    new (&sending_) TimedLock;
-    new (&reading_) TimedLock;
-    new (&queue_lock_) std::mutex;
+    new (&sending_) QuickLock;
+    new (&reading_) QuickLock;
+    new (&queue_lock_) QuickLock;
     new (&told_lock_) std::mutex;
     new (&told_changed_) std::condition_variable;
 }

@@ -13,8 +13,8 @@
 #include "handles.hpp"
 #include "loop_source.hpp"
 #include "places.hpp"
+#include "quick_lock.hpp"
 #include "sockets.hpp"
-#include "timed_lock.hpp"
 
 namespace quorvel::platform {
 
@@ -133,11 +133,11 @@ private:
     Descriptor main_;
     Descriptor callback_;
 
-    TimedLock sending_;
-    TimedLock reading_;
+    QuickLock sending_;
+    QuickLock reading_;
     FrameInput answers_;
 
-    std::mutex queue_lock_;
+    QuickLock queue_lock_;
     FrameInput callbacks_;
     bool callbacks_over_ = false;
     std::atomic<std::size_t> unannounced_{0};

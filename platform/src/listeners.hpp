@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "exports.hpp"
+#include "quick_lock.hpp"
 
 namespace quorvel::platform {
 
@@ -67,10 +68,10 @@ public:
 
     bool is_closed() const noexcept { return closed_.load(std::memory_order_acquire); }
 
-    void after_fork() noexcept { new (&mutex_) std::mutex; }
+    void after_fork() noexcept { new (&mutex_) QuickLock; }
 
 private:
-    std::mutex mutex_;
+    QuickLock mutex_;
     std::atomic<bool> closed_{false};
     Events events_;
 };

@@ -111,7 +111,7 @@ const char* Parcel::next_string(std::size_t& length) noexcept
 {
     std::size_t size = short_string_size();
     if (size == 0)
-        size = wire_string_size(at(), left());
+        size = string_size();
     if (size == 0) {
         fail();
         return nullptr;

@@ -1,4 +1,4 @@
-// A lock that is waited for until a deadline.
+// A lock that costs little while nobody waits for it, and may be waited for until a deadline.
 #pragma once
 
 #include <atomic>
@@ -11,17 +11,28 @@ namespace quorvel::platform {
 
 // One atomic word while nobody has to wait. The waiting is built of a mutex and a condition, which thread
 // sanitizers follow; they lose sight of timed mutexes that wait by the monotonic clock.
-class TimedLock {
+class QuickLock {
 public:
     bool lock_until(Deadline deadline)
     {
-        State expected = State::free;
-        if (state_.compare_exchange_strong(expected, State::taken))
+        if (try_lock())
             return true;
         std::unique_lock lock{mutex_};
-        // Whoever waits says so in the word, and goes on saying so when he has it: there may be others.
-        return condition_.wait_until(lock, deadline,
-                                     [this] { return state_.exchange(State::awaited) == State::free; });
+        return condition_.wait_until(lock, deadline, [this] { return take_awaited(); });
+    }
+
+    void lock()
+    {
+        if (try_lock())
+            return;
+        std::unique_lock lock{mutex_};
+        condition_.wait(lock, [this] { return take_awaited(); });
+    }
+
+    bool try_lock() noexcept
+    {
+        State expected = State::free;
+        return state_.compare_exchange_strong(expected, State::taken);
     }
 
     void unlock() noexcept
@@ -38,6 +49,9 @@ public:
 private:
     enum class State { free, taken, awaited };
 
+    // Whoever waits says so in the word, and goes on saying so when he has it: there may be others.
+    bool take_awaited() noexcept { return state_.exchange(State::awaited) == State::free; }
+
     std::atomic<State> state_{State::free};
     std::mutex mutex_;
     std::condition_variable condition_;
@@ -46,7 +60,7 @@ private:
 // Unlocks on the way out, if it was locked at all.
 class TimedGuard {
 public:
-    TimedGuard(TimedLock& lock, Deadline deadline) : lock_(lock), owns_(lock.lock_until(deadline)) {}
+    TimedGuard(QuickLock& lock, Deadline deadline) : lock_(lock), owns_(lock.lock_until(deadline)) {}
     ~TimedGuard()
     {
         if (owns_)
@@ -57,7 +71,7 @@ public:
     explicit operator bool() const noexcept { return owns_; }
 
 private:
-    TimedLock& lock_;
+    QuickLock& lock_;
     bool owns_;
 };
 
