@@ -360,18 +360,5 @@ TEST(ParcelArguments, AreCheckedBeforeAnythingIsTouched)
     EXPECT_EQ(parcel, nullptr);
 }
 
-TEST(HoldsNul, FindsOneAtEveryPlaceOfEveryLength)
-{
-    for (std::size_t size = 0; size < 70; ++size) {
-        std::string bytes(size, 'x');
-        EXPECT_FALSE(holds_nul(bytes.data(), size)) << size;
-        for (char& byte : bytes) {
-            byte = '\0';
-            EXPECT_TRUE(holds_nul(bytes.data(), size)) << size;
-            byte = 'x';
-        }
-    }
-}
-
 }  // namespace
 }  // namespace quorvel::platform::test
