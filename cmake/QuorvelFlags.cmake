@@ -46,6 +46,60 @@ if(NOT QUORVEL_SANITIZE)
 endif()
 target_link_options(quorvel_flags INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 
+# What is delivered, programs and libraries, is held to more than its tests are: link quorvel_strict as well.
+add_library(quorvel_strict INTERFACE)
+target_compile_options(
+    quorvel_strict
+    INTERFACE
+        -Wconversion
+        -Wsign-conversion
+        -Wmissing-declarations
+        -Wdate-time
+        -Wdisabled-optimization
+        -Wunused-macros
+        -Wpacked
+        -Walloca
+        -Winvalid-pch
+        $<$<COMPILE_LANGUAGE:CXX>:-Wctor-dtor-privacy>
+        $<$<COMPILE_LANGUAGE:CXX>:-Wsuggest-override>
+        $<$<COMPILE_LANGUAGE:CXX>:-Wzero-as-null-pointer-constant>
+        $<$<COMPILE_LANGUAGE:CXX>:-Wdeprecated-copy-dtor>
+        $<$<COMPILE_LANGUAGE:CXX>:-Wmismatched-tags>
+)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(
+        quorvel_strict
+        INTERFACE
+            -Wduplicated-cond
+            -Wduplicated-branches
+            -Wlogical-op
+            -Wtrampolines
+            -Wshift-overflow=2
+            -Wformat-signedness
+            -Warith-conversion
+            $<$<COMPILE_LANGUAGE:CXX>:-Wcatch-value=3>
+            $<$<COMPILE_LANGUAGE:CXX>:-Wplacement-new=2>
+            $<$<COMPILE_LANGUAGE:CXX>:-Wredundant-tags>
+            $<$<COMPILE_LANGUAGE:CXX>:-Wvolatile>
+            $<$<COMPILE_LANGUAGE:CXX>:-Wcomma-subscript>
+    )
+else()
+    target_compile_options(
+        quorvel_strict
+        INTERFACE
+            -Wcast-align
+            -Wcomma
+            -Wconditional-uninitialized
+            -Widiomatic-parentheses
+            -Wloop-analysis
+            -Wshorten-64-to-32
+            -Wunreachable-code-aggressive
+            -Wextra-semi-stmt
+            -Wunused-exception-parameter
+            -Wunused-member-function
+    )
+endif()
+
 if(QUORVEL_SANITIZE)
     add_compile_options(-fsanitize=${QUORVEL_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${QUORVEL_SANITIZE})

@@ -51,7 +51,6 @@ public:
         return texts_ != nullptr;
     }
     char*& operator[](int index) { return texts_[index]; }
-    char** get() const { return texts_; }
     int size() const { return size_; }
     char** hand_out() { return std::exchange(texts_, nullptr); }
 

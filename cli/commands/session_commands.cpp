@@ -224,25 +224,22 @@ int explain(Context& context)
     if (error == std::errc() && end == given.data() + given.size()) {
         if (const CodeRow* row = find_code(number); row != nullptr && number < 0)
             return show(*row);
-        if (number > signalled && number < 256)
-            number = (context.out.show({{"exit_status", number},
-                                        {"meaning", fmt::format("ended by signal {}", number - signalled)}}),
-                      -1);
-        else
-            for (const StatusRow& row : statuses())
-                if (row.status == number) {
-                    Json codes_of = Json::array();
-                    for (const CodeRow& code : codes())
-                        if (code.status == number)
-                            codes_of.push_back(code.name);
-                    context.out.show({{"exit_status", number},
-                                      {"name", row.name},
-                                      {"meaning", row.meaning},
-                                      {"codes", codes_of}});
-                    return ok;
-                }
-        if (number == -1 && given != "-1")
+        if (number > signalled && number < 256) {
+            context.out.show({{"exit_status", number},
+                              {"meaning", fmt::format("ended by signal {}", number - signalled)}});
             return ok;
+        }
+        for (const StatusRow& row : statuses()) {
+            if (row.status != number)
+                continue;
+            Json codes_of = Json::array();
+            for (const CodeRow& code : codes())
+                if (code.status == number)
+                    codes_of.push_back(code.name);
+            context.out.show(
+                {{"exit_status", number}, {"name", row.name}, {"meaning", row.meaning}, {"codes", codes_of}});
+            return ok;
+        }
         throw Failure(no_data, fmt::format("nothing is known of {}", given),
                       "neither a code nor an exit status", "qvctl explain without a code lists them");
     }

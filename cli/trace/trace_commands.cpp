@@ -147,8 +147,8 @@ int stats(Context& context)
         Row& row = methods[call->request.method == nullptr ? method_name(call->request)
                                                            : std::string(call->request.method->name)];
         ++row.calls;
-        row.unanswered += call->answered ? 0 : 1;
-        row.errors += call->answered && (call->answer.code() < 0 || !call->answer.problem.empty()) ? 1 : 0;
+        row.unanswered += call->answered ? 0U : 1U;
+        row.errors += call->answered && (call->answer.code() < 0 || !call->answer.problem.empty()) ? 1U : 0U;
         if (call->answered)
             row.times.push_back(call->milliseconds());
     }

@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -31,7 +32,7 @@ constexpr auto kDeliveryPatience = 2s;
 constexpr char kNoMemory[] = "no memory for what it sends";
 constexpr auto kEnds = static_cast<GIOCondition>(G_IO_HUP | G_IO_ERR);
 // GLib hands conditions to poll() as they are; it only has no name for this one.
-constexpr auto kPeerEnds = static_cast<GIOCondition>(POLLRDHUP | POLLHUP | POLLERR);
+constexpr auto kPeerEnds = std::bit_cast<GIOCondition>(POLLRDHUP | POLLHUP | POLLERR);
 
 // What a thread last sent on a connection: its reads there are due until the same deadline, and there is
 // nothing to read when no byte of the request left.
