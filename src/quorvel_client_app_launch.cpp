@@ -114,8 +114,7 @@ int quorvel_client_app_launch_condition_set_string(quorvel_client_app_launch_con
                 return;
             }
             const Property property = property_of(call, property_id);
-            // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): what has no functions has failed the call.
-            if (call.ok() && property.set(static_cast<Condition>(condition), copy) != 0)
+            if (property.set != nullptr && property.set(static_cast<Condition>(condition), copy) != 0)
                 call.fail(QUORVEL_CLIENT_ERROR_OUT_OF_MEMORY);
             std::free(copy);
         })
@@ -130,12 +129,11 @@ int quorvel_client_app_launch_condition_get_string(quorvel_client_app_launch_con
         .require(condition != nullptr && value != nullptr)
         .then([=](LocalCall& call) {
             const Property property = property_of(call, property_id);
-            if (!call.ok())
+            if (property.get == nullptr)
                 return;
             const auto record = static_cast<Condition>(condition);
             char* copy = nullptr;
             // The getter fails on a property that was never set, too.
-            // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): what has no functions has failed the call.
             if (property.get(record, &copy) != 0 && record->*property.text != nullptr)
                 call.fail(QUORVEL_CLIENT_ERROR_OPERATION_FAILED, QC_TEXT("%s failed"), property.get_name);
             else

@@ -154,7 +154,7 @@ void Home::run(const Json& actions, const std::string& location, std::vector<Com
         return;
     }
     ++depth_;
-    // A copy: what runs may change or remove what it was read from.
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be removed while it runs.
     const Json list = actions;
     if (list.is_array())
         for (const auto& action : list)

@@ -340,7 +340,7 @@ std::string Node::text() const
 
 std::string Node::id() const
 {
-    const std::string id = text();
+    std::string id = text();
     const bool bad = std::any_of(id.begin(), id.end(),
                                  [](char c) { return static_cast<unsigned char>(c) <= ' ' || c == 0x7f; });
     if (id.empty() || bad || id.size() > 90)
@@ -412,7 +412,7 @@ double Node::probability() const
 
 std::string Node::word(std::initializer_list<std::string_view> words, const char* what) const
 {
-    const std::string value = text();
+    std::string value = text();
     if (std::find(words.begin(), words.end(), value) == words.end()) {
         const std::vector<std::string_view> known{words};
         fail(fmt::format("expected {} ({}), found '{}'{}", what, listed(known), shown(value),

@@ -383,7 +383,9 @@ using namespace quorvel::platform;
 bundle* bundle_create(void)
 {
     void* memory = std::malloc(sizeof(_bundle_t));
-    return memory != nullptr ? new (memory) _bundle_t{} : nullptr;
+    if (memory == nullptr)
+        return nullptr;
+    return new (memory) _bundle_t{};
 }
 
 int bundle_free(bundle* b)

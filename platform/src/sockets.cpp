@@ -10,7 +10,9 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 
 #include "log.hpp"
@@ -52,9 +54,9 @@ void make_directory(const std::string& path) noexcept
 
 int milliseconds_until(Deadline deadline) noexcept
 {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
-    constexpr long long longest = 24LL * 3600 * 1000;
-    return static_cast<int>(left < 0 ? 0 : left > longest ? longest : left);
+    using namespace std::chrono_literals;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+    return static_cast<int>(std::clamp<std::chrono::milliseconds>(left, 0ms, 24h).count());
 }
 
 bool secure_directory(const std::string& path)

@@ -15,7 +15,9 @@ ApiCall::ApiCall(quorvel_client_h handle, Entry entry, CallSite at)
 
 ApiCall& ApiCall::agent(int major, int minor)
 {
-    return ok() ? check(check_api_precondition(handle_, major, minor, 0)) : *this;
+    if (ok())
+        check(check_api_precondition(handle_, major, minor, 0));
+    return *this;
 }
 
 ApiCall& ApiCall::agent_told_once(int major, int minor)
@@ -64,7 +66,9 @@ LocalCall::LocalCall(Entry entry, CallSite at) : CallSteps{at}
 
 LocalCall& LocalCall::agent(int major, int minor)
 {
-    return ok() ? check(check_agent(major, minor, false)) : *this;
+    if (ok())
+        check(check_agent(major, minor, false));
+    return *this;
 }
 
 }  // namespace quorvel

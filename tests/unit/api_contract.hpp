@@ -103,7 +103,7 @@ public:
     ~OwnedText() { std::free(text_); }
     OwnedText(const OwnedText&) = delete;
     OwnedText& operator=(const OwnedText&) = delete;
-    operator char**() { return &text_; }  // NOLINT(google-explicit-constructor)
+    operator char**() { return &text_; }
     const char* get() const { return text_; }
 
 private:
@@ -122,8 +122,8 @@ public:
     }
     OwnedTexts(const OwnedTexts&) = delete;
     OwnedTexts& operator=(const OwnedTexts&) = delete;
-    operator char***() { return &list_; }  // NOLINT(google-explicit-constructor)
-    operator int*() { return &count_; }    // NOLINT(google-explicit-constructor)
+    operator char***() { return &list_; }
+    operator int*() { return &count_; }
     char** list() const { return list_; }
     int count() const { return count_; }
     // NULL elements read as "(null)".
@@ -154,7 +154,7 @@ public:
     }
     OwnedRecord(const OwnedRecord&) = delete;
     OwnedRecord& operator=(const OwnedRecord&) = delete;
-    operator void**() { return &record_; }  // NOLINT(google-explicit-constructor)
+    operator void**() { return &record_; }
     void* get() const { return record_; }
 
 private:
@@ -180,8 +180,8 @@ public:
     }
     OwnedRecords(const OwnedRecords&) = delete;
     OwnedRecords& operator=(const OwnedRecords&) = delete;
-    operator void***() { return &list_; }  // NOLINT(google-explicit-constructor)
-    operator int*() { return &count_; }    // NOLINT(google-explicit-constructor)
+    operator void***() { return &list_; }
+    operator int*() { return &count_; }
     void** list() const { return list_; }
     int count() const { return count_; }
 

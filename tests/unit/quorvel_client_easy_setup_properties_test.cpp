@@ -46,7 +46,7 @@ public:
     Record(const Record&) = delete;
     Record& operator=(const Record&) = delete;
 
-    operator void*() const { return record_; }  // NOLINT(google-explicit-constructor)
+    operator void*() const { return record_; }
     BundleItems items() const
     {
         bundle* copy = nullptr;

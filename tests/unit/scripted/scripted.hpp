@@ -97,8 +97,8 @@ std::ostream& operator<<(std::ostream& out, const Value& value);
 class Values {
 public:
     struct Piece {
-        Piece(Value value);           // NOLINT(google-explicit-constructor): a piece is written as what it is
-        Piece(const Values& values);  // NOLINT(google-explicit-constructor)
+        Piece(Value value);  // a piece is written as what it is
+        Piece(const Values& values);
         std::vector<Value> values;
     };
 
