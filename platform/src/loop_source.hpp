@@ -44,7 +44,8 @@ public:
         // Callbacks may run the loop themselves; and a source that may not recurse costs a change of what is
         // polled, and a wake-up, around every dispatch.
         g_source_set_can_recurse(source_, TRUE);
-        g_source_set_callback(source_, unused, Handles::give_away(object), take_back);
+        // The dispatch calls the object itself; only what it gets stands for a callback.
+        g_source_set_callback(source_, nullptr, Handles::give_away(object), take_back);
         handed_over.fetch_add(1, std::memory_order_release);
     }
 
@@ -105,7 +106,6 @@ private:
     // What the thread sanitizer sees of the hand-over of a slot to the thread that runs the loop.
     static inline std::atomic<std::uint64_t> handed_over{0};
 
-    static gboolean unused(gpointer) noexcept { return G_SOURCE_REMOVE; }
     static void take_back(gpointer slot) noexcept { Handles::take_back(static_cast<Slot*>(slot)); }
 
     std::mutex mutex_;

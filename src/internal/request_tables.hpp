@@ -121,8 +121,11 @@ public:
 
     bool prepare(ApiCall& call)
     {
-        if (entered_ == Entered::when_agreed)
-            remove_earlier(call);
+        if (entered_ == Entered::when_agreed) {
+            RequestEntryPtr earlier;
+            call.require(table_.take(key_text_, earlier), RequestTable::missing, RequestTable::missing_code);
+            replaced(call, std::move(earlier));
+        }
         make(call);
         if (entered_ == Entered::before_asking)
             enter(call);
@@ -149,13 +152,6 @@ private:
             return;
         log_api(DLOG_DEBUG, call.at(), QC_TEXT("%s"), already_);
         dispose_of(std::move(earlier));
-    }
-
-    void remove_earlier(ApiCall& call) const
-    {
-        RequestEntryPtr earlier;
-        call.require(table_.take(key_text_, earlier), RequestTable::missing, RequestTable::missing_code);
-        replaced(call, std::move(earlier));
     }
 
     void make(ApiCall& call)

@@ -26,7 +26,7 @@ struct In {
             return value == nullptr;
         return false;
     }
-    void* delegate() const { return nullptr; }
+    void offer(void*&) const {}
     void write(rpc_port_parcel_h parcel) const
     {
         if constexpr (is_text)
@@ -44,10 +44,10 @@ private:
     static constexpr bool is_text = std::is_same_v<Value, const char*>;
 };
 
-/// A delegate is written like a record, and registered before the request is sent.
+/// A delegate is written like a record, and registered before the request is sent. A method has one at most.
 template <typename Handle>
 struct InDelegate : In<Handle> {
-    void* delegate() const { return this->value; }
+    void offer(void*& delegate) const { delegate = this->value; }
 };
 
 template <typename Value>
@@ -56,7 +56,7 @@ struct Out {
     CallSite at;
 
     bool missing() const { return target == nullptr; }
-    void* delegate() const { return nullptr; }
+    void offer(void*&) const {}
     void write(rpc_port_parcel_h) const {}
     /// False when there is no memory for what is to be read.
     bool read(rpc_port_parcel_h parcel) const
@@ -173,7 +173,7 @@ private:
         if (request == nullptr)
             return;
         void* delegate = nullptr;
-        (..., (parameters.write(request), delegate = delegate != nullptr ? delegate : parameters.delegate()));
+        (..., (parameters.write(request), parameters.offer(delegate)));
         if (!exchange.send(request, delegate))
             return;
         const rpc_port_parcel_h answer = exchange.receive();

@@ -216,5 +216,24 @@ TEST(ConnectWithoutALoop, IsExplainedAfterTwoSeconds)
         << errors;
 }
 
+int connect_to_a_mute_agent()
+{
+    const Home home;
+    const ScopedVariable deadline{"QUORVEL_CONNECT_DEADLINE_MS", "2700"};
+    const RawAgent agent{home};
+    Client client;
+    client.connect();
+    // Longer than the loop is given to deliver something that came.
+    return run_until([&] { return client.disconnected == 1; }, 5s) ? 0 : 1;
+}
+const RoleAdder to_a_mute_agent{"connect-to-a-mute-agent", connect_to_a_mute_agent};
+
+TEST(ConnectToAMuteAgent, IsNotBlamedOnTheLoop)
+{
+    const Outcome outcome = run_role("connect-to-a-mute-agent");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.errors.find("nobody iterates"), std::string::npos) << outcome.errors;
+}
+
 }  // namespace
 }  // namespace quorvel::platform::test

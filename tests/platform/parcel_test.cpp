@@ -360,5 +360,37 @@ TEST(ParcelArguments, AreCheckedBeforeAnythingIsTouched)
     EXPECT_EQ(parcel, nullptr);
 }
 
+TEST(WireString, OfEveryLengthIsNoneWithANulAtAnyOtherPlaceThanItsEnd)
+{
+    for (std::size_t length = 0; length < 70; ++length) {
+        // What follows on the wire is no part of it.
+        std::string wire = text(std::string(length, 'x')) + std::string(60, '\0');
+        EXPECT_EQ(wire_string_size(wire.data(), wire.size()), length + 1) << length;
+        const std::size_t seen = short_wire_string_size(wire.data(), wire.size());
+        EXPECT_TRUE(seen == 0 || seen == length + 1) << length;
+        for (std::size_t at = 0; at < length; ++at) {
+            wire[4 + at] = '\0';
+            EXPECT_EQ(wire_string_size(wire.data(), wire.size()), 0U) << length << ", " << at;
+            EXPECT_EQ(short_wire_string_size(wire.data(), wire.size()), 0U) << length << ", " << at;
+            wire[4 + at] = 'x';
+        }
+    }
+}
+
+TEST(WireString, ThatIsCopiedInBlocksIsWholeAndHasNoNul)
+{
+    for (std::size_t size = 0; size < 300; ++size) {
+        std::string bytes(size, 'x');
+        std::string copy(size, '?');
+        const bool is_copied = copy_short_text(copy.data(), bytes.data(), size);
+        EXPECT_TRUE(!is_copied || copy == bytes) << size;
+        for (char& byte : bytes) {
+            byte = '\0';
+            EXPECT_FALSE(copy_short_text(copy.data(), bytes.data(), size)) << size;
+            byte = 'x';
+        }
+    }
+}
+
 }  // namespace
 }  // namespace quorvel::platform::test

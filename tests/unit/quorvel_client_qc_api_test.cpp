@@ -11,6 +11,13 @@
 #include "failing_allocations.hpp"
 #include "hearing.hpp"
 
+extern "C" {
+void _third_party_notification_status_cb(void* request, int first, bool second,
+                                         rpc_port_array_string_h strings, int fifth);
+void _file_transfer_data_cb(void* request, rpc_port_array_transfer_data_s_h files, int second,
+                            const char* status, int fourth);
+}
+
 namespace scripted {
 namespace {
 
@@ -1210,6 +1217,27 @@ TEST_F(SelfSignUp, NeverLogsWhatItHolds)
     EXPECT_EQ(quorvel_client_self_sign_up_info_get_string(info, 0, value), 0);
     EXPECT_STREQ(value.get(), "hush-jwt");
     EXPECT_THAT(log(), NowhereContains("hush"));
+}
+
+// ---------------------------------------------------------------------------------------------------------
+// Answers that nobody awaits
+
+TEST(AnswerWithoutARequest, GoesWithTheListThatCameWithIt)
+{
+    rpc_port_array_string_h strings = nullptr;
+    ASSERT_EQ(rpc_port_array_string_create(&strings), 0);
+    ASSERT_EQ(rpc_port_array_string_set_array_strings(strings, two_topics, 2), 0);
+    _third_party_notification_status_cb(nullptr, 1, true, strings, 2);
+    rpc_port_array_string_destroy(strings);
+
+    rpc_port_transfer_data_s_h file = nullptr;
+    ASSERT_EQ(rpc_port_transfer_data_s_create(&file), 0);
+    rpc_port_array_transfer_data_s_h files = nullptr;
+    ASSERT_EQ(rpc_port_array_transfer_data_s_create(&files), 0);
+    ASSERT_EQ(rpc_port_array_transfer_data_s_set_array_transfer_data_ss(files, &file, 1), 0);
+    _file_transfer_data_cb(nullptr, files, 1, "done", 0);
+    rpc_port_array_transfer_data_s_destroy(files);
+    rpc_port_transfer_data_s_destroy(file);
 }
 
 }  // namespace
