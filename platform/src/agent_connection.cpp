@@ -167,6 +167,8 @@ int AgentConnection::send_pieces(Side& to, PortKind kind, std::string_view frame
                                  Deadline deadline)
 {
     const bool breaks = tampering.break_after < frame.size();
+    if (breaks || frame.size() > tampering.slice)
+        release_answers();
     frame = frame.substr(0, tampering.break_after);
     for (int piece = 0; frame.size() > tampering.slice && piece < kMostSlices; ++piece) {
         const int result = send_frame(to, kind, frame.substr(0, tampering.slice), deadline);

@@ -412,6 +412,7 @@ bool Stub::serve_each(const Ref<AgentConnection>& client)
         if (!open)
             return false;
         if (refused) {
+            client->release_answers();
             drop(client);
             return false;
         }

@@ -29,6 +29,7 @@ int send(rpc_port_parcel_h parcel, rpc_port_h port, const Tampering& tampering)
 int qv_port_disconnect(rpc_port_h port)
 {
     return with_client(port, [](AgentConnection& client, HandleTag) {
+        client.release_answers();
         client.doom();
         return static_cast<int>(RPC_PORT_ERROR_NONE);
     });

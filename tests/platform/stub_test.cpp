@@ -165,6 +165,32 @@ TEST_F(StubTest, DropsAClientWhoseRequestIsRefused)
     EXPECT_TRUE(is_at_end(link.main.get()));
 }
 
+TEST_F(StubTest, AnswersWhatCameInOnePieceWithARequestThatIsRefused)
+{
+    const Link link = connect();
+    agent_.on_request = [](rpc_port_h port) {
+        rpc_port_parcel_h parcel = nullptr;
+        char* request = nullptr;
+        EXPECT_EQ(rpc_port_parcel_create_from_port(&parcel, port), 0);
+        rpc_port_parcel_read_string(parcel, &request);
+        const bool is_good = std::string{request} == "good";
+        free(request);
+        rpc_port_parcel_destroy(parcel);
+        if (!is_good)
+            return -1;
+        rpc_port_parcel_create(&parcel);
+        rpc_port_parcel_write_string(parcel, "answer");
+        EXPECT_EQ(rpc_port_parcel_send(parcel, port), 0);
+        rpc_port_parcel_destroy(parcel);
+        return 0;
+    };
+    write_all(link.main.get(), frame(text("good")) + frame(text("good")) + frame(text("bad")));
+    EXPECT_EQ(hear(link.main.get()), text("answer"));
+    EXPECT_EQ(hear(link.main.get()), text("answer"));
+    EXPECT_TRUE(run_until([&] { return agent_.gone.size() == 1; }));
+    EXPECT_TRUE(is_at_end(link.main.get()));
+}
+
 TEST_F(StubTest, GoesOnWhenARequestIsReadByNobody)
 {
     const Link link = connect();
