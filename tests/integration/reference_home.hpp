@@ -168,10 +168,11 @@ protected:
         const std::string path = home.sockets() / "com.veltrane.norvik.quorvel-client.control.sock";
         path.copy(address.sun_path, sizeof address.sun_path - 1);
         std::string answer;
-        if (connect(control, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0
-            && write(control, (command + "\n").data(), command.size() + 1) > 0) {
+        const std::string line = command + "\n";
+        if (TEMP_FAILURE_RETRY(connect(control, reinterpret_cast<sockaddr*>(&address), sizeof address)) == 0
+            && TEMP_FAILURE_RETRY(write(control, line.data(), line.size())) > 0) {
             char byte = 0;
-            while (read(control, &byte, 1) == 1 && byte != '\n')
+            while (TEMP_FAILURE_RETRY(read(control, &byte, 1)) == 1 && byte != '\n')
                 answer += byte;
         }
         close(control);
