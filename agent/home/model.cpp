@@ -18,6 +18,7 @@ template <typename List>
 std::vector<std::string_view> names_of(const List& list)
 {
     std::vector<std::string_view> names;
+    names.reserve(list.size());
     for (const auto& item : list)
         names.push_back(item.name);
     return names;

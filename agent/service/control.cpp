@@ -48,7 +48,7 @@ private:
 
 std::string need(const Json& command, const char* key)
 {
-    const std::string value = text_at(command, key);
+    std::string value = text_at(command, key);
     if (value.empty())
         throw Refusal(fmt::format("expected '{}'", key));
     return value;

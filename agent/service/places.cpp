@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
+#include <tuple>
 
 namespace quorvel::agent {
 
@@ -67,7 +68,8 @@ void hide_package(bool hidden)
 {
     const std::string seen = package_directory() + "/" + agent_app_id + ".package";
     const std::string away = seen + ".hidden";
-    std::rename((hidden ? seen : away).c_str(), (hidden ? away : seen).c_str());
+    // One that is hidden already, or was never there, stays so.
+    std::ignore = std::rename((hidden ? seen : away).c_str(), (hidden ? away : seen).c_str());
 }
 
 std::string models_directory()
