@@ -106,6 +106,31 @@ TEST_F(StubTest, LetsNoClientWaitForAnotherThatCallsWithoutPause)
     caller.join();
 }
 
+TEST_F(StubTest, AnswersAllThatComesAtOnceFromAClientThatCallsWithoutPause)
+{
+    const Link busy = connect();
+    // More than a client is served in one turn.
+    constexpr int at_once = 300;
+    std::string many;
+    for (int i = 0; i < at_once; ++i)
+        many += frame(text(std::to_string(i)));
+    auto caller = std::async(std::launch::async, [&] {
+        int answered = 0;
+        for (const auto start = Clock::now(); Clock::now() - start < 100ms;) {
+            write_all(busy.main.get(), frame(text("x")));
+            read_frame(busy.main.get());
+        }
+        write_all(busy.main.get(), many);
+        while (answered < at_once && read_frame(busy.main.get()) == text("echo:" + std::to_string(answered)))
+            ++answered;
+        return answered;
+    });
+    const bool is_over = run_until([&] { return caller.wait_for(0s) == std::future_status::ready; });
+    EXPECT_TRUE(is_over);
+    shutdown(busy.main.get(), SHUT_RDWR);
+    EXPECT_EQ(caller.get(), at_once);
+}
+
 TEST_F(StubTest, LetsTheMainLoopRunWhileAClientCallsWithoutPause)
 {
     const Link busy = connect();
