@@ -126,45 +126,34 @@ void Writer::leave_room() noexcept
     room_begin_ = room_ = room_end_ = nullptr;
 }
 
+template <typename Wire, typename Value>
+void Writer::put_value(Value plain, Value corrupt, int (*write)(rpc_port_parcel_h, Value)) noexcept
+{
+    const Next what = next();
+    if (what == Next::nothing)
+        return;
+    const Value written = what == Next::plain ? plain : corrupt;
+    if (char* at = room(sizeof(Wire)))
+        platform::put(at, static_cast<Wire>(written));
+    else
+        note(write(parcel_, written));
+}
+
 void Writer::number(int value) noexcept
 {
     if (value == told_size_)
         value = damage_.elements;
-    const Next what = next();
-    if (what == Next::nothing)
-        return;
-    if (what == Next::corrupt)
-        value = ~value;
-    if (char* at = room(sizeof(std::int32_t)))
-        platform::put<std::int32_t>(at, value);
-    else
-        note(rpc_port_parcel_write_int32(parcel_, value));
+    put_value<std::int32_t>(value, ~value, rpc_port_parcel_write_int32);
 }
 
 void Writer::long_number(long long value) noexcept
 {
-    const Next what = next();
-    if (what == Next::nothing)
-        return;
-    if (what == Next::corrupt)
-        value = ~value;
-    if (char* at = room(sizeof(std::int64_t)))
-        platform::put<std::int64_t>(at, value);
-    else
-        note(rpc_port_parcel_write_int64(parcel_, value));
+    put_value<std::int64_t>(value, ~value, rpc_port_parcel_write_int64);
 }
 
 void Writer::flag(bool value) noexcept
 {
-    const Next what = next();
-    if (what == Next::nothing)
-        return;
-    if (what == Next::corrupt)
-        value = !value;
-    if (char* at = room(1))
-        platform::put<std::uint8_t>(at, value);
-    else
-        note(rpc_port_parcel_write_bool(parcel_, value));
+    put_value<std::uint8_t>(value, !value, rpc_port_parcel_write_bool);
 }
 
 void Writer::damaged_text(std::string_view value) noexcept
@@ -220,18 +209,10 @@ void Writer::any_text(std::string_view value) noexcept
 
 void Writer::count(std::size_t value) noexcept
 {
-    const Next what = next();
-    if (what == Next::nothing)
-        return;
-    if (value > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+    if (value > static_cast<std::size_t>(std::numeric_limits<int>::max()))
         good_ = false;
-        return;
-    }
-    const int told = what == Next::plain ? static_cast<int>(value) : corrupt_count;
-    if (char* at = room(sizeof(std::int32_t)))
-        platform::put<std::int32_t>(at, told);
     else
-        note(rpc_port_parcel_write_array_count(parcel_, told));
+        put_value<std::int32_t>(static_cast<int>(value), corrupt_count, rpc_port_parcel_write_array_count);
 }
 
 void Writer::bundle(const Bundle& value) noexcept

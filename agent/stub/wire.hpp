@@ -145,6 +145,8 @@ private:
         return place == damage_.corrupt ? Next::corrupt : Next::plain;
     }
     void note(int result) noexcept { good_ = good_ && result == RPC_PORT_ERROR_NONE; }
+    template <typename Wire, typename Value>
+    void put_value(Value plain, Value corrupt, int (*write)(rpc_port_parcel_h, Value)) noexcept;
     void plain_text(std::string_view value) noexcept;
     void any_text(std::string_view value) noexcept;
     void damaged_text(std::string_view value) noexcept;
