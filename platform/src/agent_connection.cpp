@@ -26,9 +26,10 @@ constexpr std::chrono::microseconds kSlicePause{100};
 // How much of an answer is handed to the kernel at once while its reader is waited for, and how long that may
 // go on.
 constexpr std::size_t kSlice = std::size_t{256} << 10;
+constexpr auto kPatience = std::chrono::milliseconds{5};
+
 // A longer answer does not wait for the others that leave with it.
 constexpr std::size_t kLongestHeld = std::size_t{4} << 10;
-constexpr auto kPatience = std::chrono::milliseconds{5};
 
 std::string printable(std::string_view text)
 {

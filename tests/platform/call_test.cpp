@@ -556,19 +556,6 @@ TEST_F(CallTest, LeavesAnApplicationsExceptionAlone)
 
 class CallbackReadUntold : public CallbackTest {
 protected:
-    static int read_one(rpc_port_h port, std::string& value)
-    {
-        rpc_port_parcel_h parcel = nullptr;
-        const int result = rpc_port_parcel_create_from_port(&parcel, port);
-        if (result != 0)
-            return result;
-        char* got = nullptr;
-        rpc_port_parcel_read_string(parcel, &got);
-        value = got;
-        free(got);
-        rpc_port_parcel_destroy(parcel);
-        return result;
-    }
     std::string value_;
 };
 
@@ -580,7 +567,7 @@ TEST_F(CallbackReadUntold, IsWaitedForAndToldToNobodyElse)
         std::this_thread::sleep_for(20ms);
         write_all(link_.callback.get(), bytes.substr(6));
     }};
-    EXPECT_EQ(read_one(client_.callback, value_), 0);
+    EXPECT_EQ(read_one(client_.callback, &value_), 0);
     agent.join();
     EXPECT_EQ(value_, "event");
     run_for(20ms);
@@ -590,8 +577,8 @@ TEST_F(CallbackReadUntold, IsWaitedForAndToldToNobodyElse)
 TEST_F(CallbackReadUntold, EndsWithTheConnection)
 {
     link_.callback.reset();
-    EXPECT_EQ(read_one(client_.callback, value_), RPC_PORT_ERROR_IO_ERROR);
-    EXPECT_EQ(read_one(client_.callback, value_), RPC_PORT_ERROR_IO_ERROR);
+    EXPECT_EQ(read_one(client_.callback, &value_), RPC_PORT_ERROR_IO_ERROR);
+    EXPECT_EQ(read_one(client_.callback, &value_), RPC_PORT_ERROR_IO_ERROR);
     EXPECT_TRUE(run_until([&] { return client_.disconnected == 1; }));
 }
 

@@ -434,21 +434,6 @@ TEST_F(StubTest, ChecksItsArguments)
 
 // What is read when a request has more than one parcel.
 
-int read_one(rpc_port_h port, std::string* value = nullptr)
-{
-    rpc_port_parcel_h parcel = nullptr;
-    const int result = rpc_port_parcel_create_from_port(&parcel, port);
-    if (result != 0)
-        return result;
-    char* got = nullptr;
-    rpc_port_parcel_read_string(parcel, &got);
-    if (value != nullptr)
-        *value = got;
-    free(got);
-    rpc_port_parcel_destroy(parcel);
-    return result;
-}
-
 TEST_F(StubWithShortDeadlines, WaitsForTheSecondParcelOfARequest)
 {
     Client client;

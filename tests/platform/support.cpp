@@ -417,6 +417,21 @@ rpc_port_h Agent::port(rpc_port_port_type_e type, std::size_t client) const
     return port;
 }
 
+int read_one(rpc_port_h port, std::string* value)
+{
+    rpc_port_parcel_h parcel = nullptr;
+    const int result = rpc_port_parcel_create_from_port(&parcel, port);
+    if (result != 0)
+        return result;
+    char* got = nullptr;
+    rpc_port_parcel_read_string(parcel, &got);
+    if (value != nullptr)
+        *value = got;
+    free(got);
+    rpc_port_parcel_destroy(parcel);
+    return result;
+}
+
 std::size_t open_descriptors()
 {
     std::size_t count = 0;

@@ -178,4 +178,7 @@ public:
 
 std::size_t open_descriptors();
 
+// Reads a parcel that is one string; 0, or why there is none.
+int read_one(rpc_port_h port, std::string* value = nullptr);
+
 }  // namespace quorvel::platform::test
