@@ -17,8 +17,11 @@
 #include "bundle.h"
 #include "descriptor.hpp"
 #include "rpc-port.h"
+#include "stopwatch.hpp"
 
 namespace quorvel::platform::test {
+
+using quorvel::test::Stopwatch;
 
 inline constexpr char kApp[] = "com.example.agent";
 inline constexpr char kPort[] = "things";

@@ -20,6 +20,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <optional>
 
 #include "raw_agent.hpp"
 #include "scale.hpp"
@@ -166,20 +167,53 @@ void cycles()
         took, grown, warm, each_death);
 }
 
-// How long the other sources of the loop wait, in processor time of the loop's thread: the machine may have
-// other work.
-struct Pulse {
-    double last = seconds(CLOCK_THREAD_CPUTIME_ID);
-    double longest = 0;
-
-    static gboolean beat(void* data)
+/// Another source of the loop, one that always has something to do: what lies between two of its turns.
+///
+/// That is counted in callbacks, and in time of the processor, since the machine may have other work. What a
+/// virtual machine does not get of its processor counts as well: now and then a wait is long that is not
+/// ours.
+class OtherSource {
+public:
+    explicit OtherSource(const Heard& heard) : heard_{heard}
     {
-        auto& self = *static_cast<Pulse*>(data);
+        id_ = g_idle_add_full(
+            G_PRIORITY_DEFAULT, [](void* self) { return static_cast<OtherSource*>(self)->turn(); }, this,
+            nullptr);
+    }
+    ~OtherSource() { g_source_remove(id_); }
+    OtherSource(const OtherSource&) = delete;
+    OtherSource& operator=(const OtherSource&) = delete;
+
+    int most_callbacks() const { return most_callbacks_; }
+    /// The longest but for one in a hundred, in seconds.
+    double long_wait()
+    {
+        const auto rank = waits_.begin() + static_cast<std::ptrdiff_t>(waits_.size() * 99 / 100);
+        std::nth_element(waits_.begin(), rank, waits_.end());
+        return *rank;
+    }
+    double longest_wait() const { return *std::max_element(waits_.begin(), waits_.end()); }
+
+private:
+    gboolean turn()
+    {
         const double now = seconds(CLOCK_THREAD_CPUTIME_ID);
-        self.longest = std::max(self.longest, now - self.last);
-        self.last = now;
+        const int told = heard_.next - told_;
+        most_callbacks_ = std::max(most_callbacks_, told);
+        // With nothing to tell, the loop turns for nothing.
+        if (told > 0)
+            waits_.push_back(now - last_);
+        last_ = now;
+        told_ = heard_.next;
         return G_SOURCE_CONTINUE;
     }
+
+    const Heard& heard_;
+    int told_ = heard_.next;
+    double last_ = seconds(CLOCK_THREAD_CPUTIME_ID);
+    int most_callbacks_ = 0;
+    std::vector<double> waits_{0.0};
+    guint id_ = 0;
 };
 
 void floods()
@@ -201,16 +235,20 @@ void floods()
     const long before = kibibytes("VmRSS");
 
     heard = {};
-    Pulse pulse;
-    const guint source = g_timeout_add(1, Pulse::beat, &pulse);
+    std::optional<OtherSource> other{heard};
     const double begin = seconds(CLOCK_MONOTONIC);
     expect(integration::ask_metadata(connection.handle, "after:" + std::to_string(count), answer) == 0,
            "the flood is asked for");
     expect(pump_until([&] { return heard.next >= count || connection.disconnected > 0; }, 300s), "it ends");
     const double took = seconds(CLOCK_MONOTONIC) - begin;
     expect(heard.next == count && heard.wrong == 0, "all callbacks are told, in their order");
-    expect(!kMeasures || pulse.longest <= 0.010, "other sources of the loop run at least every 10 ms");
-    g_source_remove(source);
+    const int most_callbacks = other->most_callbacks();
+    const double wait = other->long_wait();
+    const double longest_wait = other->longest_wait();
+    other.reset();
+    expect(most_callbacks <= 64, "other sources of the loop run after at most 64 callbacks");
+    expect(!kMeasures || wait <= 0.010, "and at least every 10 ms");
+    expect(!kMeasures || longest_wait <= 0.100, "whatever else the machine does");
     const long peak = kibibytes("VmHWM");
     expect(!kMeasures || peak - before <= 32 * 1024, "a flood takes at most 32 MiB");
 
@@ -226,8 +264,10 @@ void floods()
     report("callbacks at full speed", count, full);
     report("callbacks while the loop's thread is in a call", nested, full_nested);
     std::printf(
-        "%.0f callbacks a second; other sources waited at most %.2f ms; memory rose by %ld KiB, in a call by %ld\n",
-        static_cast<double>(count) / took, pulse.longest * 1e3, peak - before, nested_peak - before);
+        "%.0f callbacks a second; other sources waited for at most %d callbacks and %.2f ms, 99 in 100 times "
+        "%.2f ms; memory rose by %ld KiB, in a call by %ld\n",
+        static_cast<double>(count) / took, most_callbacks, longest_wait * 1e3, wait * 1e3, peak - before,
+        nested_peak - before);
 }
 
 // The slope of a line through the points.

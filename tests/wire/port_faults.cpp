@@ -23,6 +23,7 @@
 #include <span>
 
 #include "scale.hpp"
+#include "stopwatch.hpp"
 #include "support.hpp"
 
 namespace {
@@ -191,10 +192,9 @@ bool live(std::chrono::milliseconds& longest)
         // One answer lets the caller wait for longer than it waits plainly.
         const std::string vid = i == 3 ? "storm:3" : i == 2 ? "slow:15" : std::to_string(i);
         std::string answer;
-        const auto begin = std::chrono::steady_clock::now();
+        const quorvel::test::Stopwatch watch;
         const int code = integration::ask_metadata(connection.handle, vid, answer);
-        longest = std::max(longest, std::chrono::duration_cast<std::chrono::milliseconds>(
-                                        std::chrono::steady_clock::now() - begin));
+        longest = std::max(longest, std::chrono::duration_cast<std::chrono::milliseconds>(watch.own()));
         expect(code != 0 || answer == "metadata of " + vid, "an answer is the one to the question");
         well = code == 0;
     }
