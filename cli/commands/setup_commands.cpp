@@ -97,14 +97,19 @@ private:
         return Invocation(context_.session, function_named(function)).call(arguments);
     }
 
-    void wait(const std::function<bool()>& done, std::string_view what)
+    void heed_device() const
     {
-        const auto end =
-            context_.session.wait([&] { return done() || !error_.is_null(); }, context_.session.timeout());
         if (!error_.is_null())
             throw Failure(failed, "the device reported an error",
                           fmt::format("stage {}, reason {}", cell(error_["stage"]), cell(error_["reason"])),
                           "");
+    }
+
+    void wait(const std::function<bool()>& done, std::string_view what)
+    {
+        const auto end =
+            context_.session.wait([&] { return done() || !error_.is_null(); }, context_.session.timeout());
+        heed_device();
         if (end == Session::End::signalled)
             throw Failure(signalled + context_.session.signal(), "interrupted", std::string(what), "");
         if (end == Session::End::lost)
@@ -121,9 +126,13 @@ private:
                [brought](std::string_view, Json values) { brought->push_back(std::move(values)); });
         wait([&] { return !brought->empty(); }, function);
         Json values = brought->front();
-        if (values.contains("result") && values["result"] != Json(0))
+        if (values.contains("result") && values["result"] != Json(0)) {
+            // What the device itself says of it comes right behind, if it says anything.
+            context_.session.wait([&] { return !error_.is_null(); }, std::chrono::milliseconds(500));
+            heed_device();
             throw code_failure(function,
                                values["result"].is_number_integer() ? values["result"].get<int>() : 1);
+        }
         return values.size() == 1 ? *values.begin() : values;
     }
 
