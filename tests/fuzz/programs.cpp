@@ -30,6 +30,8 @@ public:
         ends_ = true;
         if (live_ != nullptr)
             quorvel_client_disconnect(live_);
+        for (quorvel_client_h const each : lost_)
+            quorvel_client_disconnect(each);
     }
 
     void run()
@@ -46,7 +48,13 @@ public:
             return stale_;
         return live_;
     }
-    void connected(quorvel_client_h handle) override { live_ = handle; }
+    void connected(quorvel_client_h handle) override
+    {
+        // One whose agent went away is replaced like this; it is given up later.
+        if (live_ != nullptr)
+            lost_.push_back(live_);
+        live_ = handle;
+    }
     const char* text() override
     {
         switch (input_.byte() % 8) {
@@ -143,12 +151,17 @@ private:
     {
         const auto rows = calls::public_rows();
         const calls::Row& row = rows[input_.below(rows.size())];
-        // A second connection is refused while the first is there; its handle would be lost here.
+        // Here, as the handle is then stale, which the next calls ought to know.
         if (row.name == "quorvel_client_disconnect") {
             quorvel_client_h const handle = client();
             quorvel_client_disconnect(handle);
-            if (handle == live_)
-                stale_ = std::exchange(live_, nullptr);
+            if (handle != live_)
+                return;
+            stale_ = std::exchange(live_, nullptr);
+            if (!lost_.empty()) {
+                live_ = lost_.back();
+                lost_.pop_back();
+            }
             return;
         }
         calls::Attempt attempt{row, *this};
@@ -198,6 +211,7 @@ private:
     fuzz::Input input_;
     quorvel_client_h live_ = nullptr;
     quorvel_client_h stale_ = nullptr;
+    std::vector<quorvel_client_h> lost_;
     std::vector<Registration> registrations_;
     int steps_ = 0;
     int depth_ = 0;

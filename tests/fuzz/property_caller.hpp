@@ -1,6 +1,10 @@
 // A caller whose records hold what the input says, for the getters of their properties.
 #pragma once
 
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "caller.hpp"
 #include "fake_port.hpp"
 #include "input.hpp"
@@ -31,24 +35,34 @@ private:
     std::string record_;
 };
 
-/// Calls every accessor of that type of records with every property that there could be. Ids of properties
-/// are flags in some families and numbers in others.
-inline void ask_all(PropertyCaller& caller, const quorvel::proxy::RecordType& type)
+/// An accessor of a record, asked for one property.
+struct Question {
+    const calls::Row* row;
+    int id;
+
+    int ask(PropertyCaller& caller) const
+    {
+        caller.id = id;
+        return caller.call(*row);
+    }
+};
+
+/// Every accessor of that type of records with every property that there could be. Ids of properties are
+/// flags in some families and numbers in others.
+inline std::vector<Question> questions_about(const quorvel::proxy::RecordType& type)
 {
+    std::vector<Question> questions;
     for (const calls::Row& each : calls::public_rows()) {
         const bool is_accessor = each.record != nullptr && !each.takes_client && !each.consumes()
                                  && each.types[0].shape == calls::Shape::pointer;
         if (!is_accessor || &wire::record_type(*each.record) != &type)
             continue;
-        for (int i = -1; i < 34; ++i) {
-            caller.id = i;
-            caller.call(each);
-        }
-        for (int bit = 6; bit < 31; ++bit) {
-            caller.id = 1 << bit;
-            caller.call(each);
-        }
+        for (int i = -1; i < 34; ++i)
+            questions.push_back({&each, i});
+        for (int bit = 6; bit < 31; ++bit)
+            questions.push_back({&each, 1 << bit});
     }
+    return questions;
 }
 
 }  // namespace fuzz
