@@ -288,7 +288,8 @@ public:
     {
         Destruction destruction;
         {
-            const std::scoped_lock lock{locks::requests, locks::clients};
+            const std::lock_guard tables_lock{locks::requests};
+            const std::lock_guard clients_lock{locks::clients};
             if (current_client == &client()) {
                 destruction.tables = std::exchange(tables, {});
                 connection_state = session::disconnected;

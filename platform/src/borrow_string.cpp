@@ -12,7 +12,7 @@ int lend(const char* text, std::size_t length, const char** str, int* lent) noex
     return RPC_PORT_ERROR_NONE;
 }
 
-// Apart, so that the short ones, of which there are so many, pay nothing for it.
+// Apart, so that the others, of which there are so many, pay nothing for it.
 [[gnu::noinline]] int lend_long(Parcel& parcel, const char** str, int* length) noexcept
 {
     if (str == nullptr || length == nullptr)

@@ -474,38 +474,45 @@ ClientConnection::Drain ClientConnection::drain_locked(const char*& fault)
 
 int ClientConnection::receive_callback(Parcel& parcel)
 {
+    if (state() == State::connecting || (!take_callback(parcel) && !await_callback(parcel)))
+        return RPC_PORT_ERROR_IO_ERROR;
+    Capture::parcel(mark_, true, CaptureDirection::received, {parcel.payload(), parcel.size()});
+    return RPC_PORT_ERROR_NONE;
+}
+
+bool ClientConnection::take_callback(Parcel& parcel)
+{
+    const std::lock_guard lock{queue_lock_};
+    if (!callbacks_.take(parcel, false))
+        return false;
+    // Somebody may read without having been told: there is less to tell.
+    std::size_t untold = unannounced_.load(std::memory_order_relaxed);
+    while (untold > callbacks_.frames() && !unannounced_.compare_exchange_weak(untold, callbacks_.frames())) {
+    }
+    return true;
+}
+
+// Apart, since whoever was told of a callback finds it there.
+[[gnu::noinline]] bool ClientConnection::await_callback(Parcel& parcel)
+{
     const Deadline deadline = Clock::now() + timing_.deadline;
-    for (;;) {
-        if (state() == State::connecting)
-            return RPC_PORT_ERROR_IO_ERROR;
-        {
-            const std::lock_guard lock{queue_lock_};
-            if (callbacks_.take(parcel, false)) {
-                // Somebody reads without having been told: there is less to tell.
-                std::size_t untold = unannounced_.load(std::memory_order_relaxed);
-                while (untold > callbacks_.frames()
-                       && !unannounced_.compare_exchange_weak(untold, callbacks_.frames())) {
-                }
-                break;
-            }
-        }
+    do {
         switch (drain()) {
             case Drain::some:
                 break;
             case Drain::over:
-                return RPC_PORT_ERROR_IO_ERROR;
+                return false;
             case Drain::nothing: {
                 pollfd waiting{callback_.get(), POLLIN, 0};
                 const int left = milliseconds_until(deadline);
                 if (state() != State::open || left == 0)
-                    return RPC_PORT_ERROR_IO_ERROR;
+                    return false;
                 poll(&waiting, 1, left);
                 break;
             }
         }
-    }
-    Capture::parcel(mark_, true, CaptureDirection::received, {parcel.payload(), parcel.size()});
-    return RPC_PORT_ERROR_NONE;
+    } while (!take_callback(parcel));
+    return true;
 }
 
 // The main port.
@@ -621,7 +628,8 @@ int ClientConnection::read_answer(Parcel& parcel, Deadline start, Deadline deadl
 }
 
 // Waits on the main socket, first alone, then together with the callback socket, which it drains.
-ClientConnection::Wait ClientConnection::wait(short events, Deadline plainly_until, Deadline deadline)
+[[gnu::noinline]] ClientConnection::Wait ClientConnection::wait(short events, Deadline plainly_until,
+                                                                Deadline deadline)
 {
     for (;;) {
         const Deadline now = Clock::now();
@@ -666,7 +674,7 @@ void ClientConnection::close_for(const char* reason) noexcept
     wake();
 }
 
-void ClientConnection::missed_deadline() noexcept
+[[gnu::noinline]] void ClientConnection::missed_deadline() noexcept
 {
     char reason[80];
     static_cast<void>(std::snprintf(reason, sizeof reason, "nothing within %lld ms",

@@ -89,6 +89,8 @@ private:
     Drain drain();
     Drain drain_locked(const char*& fault);
     int receive_callback(Parcel& parcel);
+    bool take_callback(Parcel& parcel);
+    bool await_callback(Parcel& parcel);
     int receive_answer(Parcel& parcel);
     int read_answer(Parcel& parcel, Deadline start, Deadline deadline);
     Wait wait(short events, Deadline plainly_until, Deadline deadline);

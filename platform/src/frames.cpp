@@ -97,15 +97,22 @@ bool FrameInput::received(std::size_t size) noexcept
     return true;
 }
 
-bool FrameInput::take(Parcel& parcel, bool is_answer) noexcept
+// Apart, since most frames lie in the chunk of the one before.
+[[gnu::noinline]] void FrameInput::leave_emptied() noexcept
 {
-    if (frames_ == 0)
-        return false;
     while (head_->begin == head_->complete) {
         Chunk* next = head_->next;
         head_->release();
         head_ = next;
     }
+}
+
+bool FrameInput::take(Parcel& parcel, bool is_answer) noexcept
+{
+    if (frames_ == 0)
+        return false;
+    if (head_->begin == head_->complete)
+        leave_emptied();
     char* frame = head_->bytes() + head_->begin;
     const auto size = static_cast<std::size_t>(get<std::int32_t>(frame));
     parcel.adopt(head_, frame + kFrameHead, size, is_answer);

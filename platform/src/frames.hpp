@@ -39,6 +39,7 @@ public:
 
 private:
     void continue_in(Chunk* chunk) noexcept;
+    void leave_emptied() noexcept;
 
     Chunk* head_ = nullptr;  // where the oldest frame lies
     Chunk* tail_ = nullptr;  // what is received into

@@ -139,11 +139,16 @@ bool Handles::retire(const AnyRef& object) noexcept
 void Handles::release(Slot* slot) noexcept
 {
     const std::uint64_t before = slot->state.fetch_sub(1, std::memory_order_acq_rel);
-    if ((before & kReferences) != 1)
-        return;
+    if ((before & kReferences) == 1)
+        end(slot, before);
+}
+
+// Apart, so that letting go of what others hold costs no more than that.
+[[gnu::noinline]] void Handles::end(Slot* slot, std::uint64_t state) noexcept
+{
     delete slot->object;
     slot->object = nullptr;
-    slot->state.store((generation(before) + 1) << kGenerationShift, std::memory_order_release);
+    slot->state.store((generation(state) + 1) << kGenerationShift, std::memory_order_release);
     const std::lock_guard lock{forever.table.mutex};
     forever.table.give(slot);
 }

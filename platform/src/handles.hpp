@@ -105,6 +105,7 @@ private:
     static Slot* add_any(Counted* object, HandleKind kind);
     static Slot* find_any(const void* handle, HandleKind kind, HandleTag tag) noexcept;
     static void release(Slot* slot) noexcept;
+    static void end(Slot* slot, std::uint64_t state) noexcept;
     friend class AnyRef;
 };
 

@@ -186,24 +186,19 @@ void write_line(int priority, const char* tag, const char* text) noexcept
     } while (written < 0 && errno == EINTR);
 }
 
-}  // namespace
-
-int dlog_print(log_priority prio, const char* tag, const char* fmt, ...)
+// Apart, so that a line that nobody sees does not pay for the frame of this function.
+[[gnu::noinline, gnu::format(printf, 3, 0)]] int print(log_priority prio, const char* tag, const char* fmt,
+                                                       va_list arguments)
 {
-    if (prio < lowest_level.load(std::memory_order_acquire))
-        return 0;
     if (tag == nullptr || fmt == nullptr || prio < DLOG_VERBOSE || prio > DLOG_ERROR)
         return -EINVAL;
     const int saved_errno = errno;
     std::call_once(filter_read, read_filter);
     if (prio >= filter.level_of(tag)) {
         char near[kShortLine];
-        va_list arguments;
-        va_start(arguments, fmt);
         va_list again;
         va_copy(again, arguments);
         const int length = std::vsnprintf(near, sizeof near, fmt, arguments);
-        va_end(arguments);
         if (length >= 0 && static_cast<std::size_t>(length) < sizeof near) {
             write_line(prio, tag, near);
         } else if (length >= 0) {
@@ -222,4 +217,17 @@ int dlog_print(log_priority prio, const char* tag, const char* fmt, ...)
     }
     errno = saved_errno;
     return 0;
+}
+
+}  // namespace
+
+int dlog_print(log_priority prio, const char* tag, const char* fmt, ...)
+{
+    if (prio < lowest_level.load(std::memory_order_acquire))
+        return 0;
+    va_list arguments;
+    va_start(arguments, fmt);
+    const int result = print(prio, tag, fmt, arguments);
+    va_end(arguments);
+    return result;
 }

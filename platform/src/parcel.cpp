@@ -37,7 +37,7 @@ void free_spares(void*) noexcept
     spares.ends_watched = false;
 }
 
-bool watch_end_of_thread() noexcept
+[[gnu::noinline]] bool watch_end_of_thread() noexcept
 {
     static const auto key = [] {
         pthread_key_t made{};
@@ -97,7 +97,9 @@ void Parcel::wipe() noexcept
 
 void Parcel::adopt(Chunk* chunk, char* payload, std::size_t size, bool is_answer) noexcept
 {
-    wipe();
+    // A fresh one, as it mostly is, has nothing to wipe.
+    if (size_ != 0 || chunk_ != nullptr)
+        wipe();
     chunk->share();
     chunk_ = chunk;
     payload_ = payload;
@@ -176,10 +178,10 @@ int read_integer(rpc_port_parcel_h h, Target* target)
 {
     if (h == nullptr || target == nullptr)
         return RPC_PORT_ERROR_INVALID_PARAMETER;
-    const char* at = parcel_of(h)->skip(sizeof(Integer));
-    if (at == nullptr)
+    Integer value{};
+    if (!parcel_of(h)->read(value))
         return RPC_PORT_ERROR_IO_ERROR;
-    *target = static_cast<Target>(get<Integer>(at));
+    *target = static_cast<Target>(value);
     return RPC_PORT_ERROR_NONE;
 }
 

@@ -75,10 +75,23 @@ public:
         position_ += size;
         return at;
     }
+    // The next integer. Where something was missing before, nothing is left.
+    template <typename Integer>
+    bool read(Integer& value) noexcept
+    {
+        const std::size_t end = position_ + sizeof value;
+        if (end > size_) {
+            fail();
+            return false;
+        }
+        value = get<Integer>(payload_ + position_);
+        position_ = end;
+        return true;
+    }
     // The next string, where it lies, and its length; nullptr where there is none.
     const char* next_string(std::size_t& length) noexcept;
-    // The size of the next string, or 0; of one that is short and quickly looked at; and on to what is behind
-    // it.
+    // The size of the next string, or 0; of one that is not long and quickly looked at; and on to what is
+    // behind it.
     std::size_t string_size() const noexcept { return wire_string_size(at(), left()); }
     std::size_t short_string_size() const noexcept { return short_wire_string_size(at(), left()); }
     const char* pass_string(std::size_t size) noexcept

@@ -13,20 +13,12 @@ namespace quorvel::platform {
 // sanitizers follow; they lose sight of timed mutexes that wait by the monotonic clock.
 class QuickLock {
 public:
-    bool lock_until(Deadline deadline)
-    {
-        if (try_lock())
-            return true;
-        std::unique_lock lock{mutex_};
-        return condition_.wait_until(lock, deadline, [this] { return take_awaited(); });
-    }
+    bool lock_until(Deadline deadline) { return try_lock() || wait_until(deadline); }
 
     void lock()
     {
-        if (try_lock())
-            return;
-        std::unique_lock lock{mutex_};
-        condition_.wait(lock, [this] { return take_awaited(); });
+        if (!try_lock())
+            wait();
     }
 
     bool try_lock() noexcept
@@ -37,17 +29,34 @@ public:
 
     void unlock() noexcept
     {
-        if (state_.exchange(State::free) != State::awaited)
-            return;
+        if (state_.exchange(State::free) == State::awaited)
+            wake_one();
+    }
+
+private:
+    enum class State { free, taken, awaited };
+
+    // Waiting and waking stand apart: they need room on the stack, which those who do neither need not make.
+    [[gnu::noinline]] bool wait_until(Deadline deadline)
+    {
+        std::unique_lock lock{mutex_};
+        return condition_.wait_until(lock, deadline, [this] { return take_awaited(); });
+    }
+
+    [[gnu::noinline]] void wait()
+    {
+        std::unique_lock lock{mutex_};
+        condition_.wait(lock, [this] { return take_awaited(); });
+    }
+
+    [[gnu::noinline]] void wake_one() noexcept
+    {
         // Not before the one that saw the lock taken waits for it.
         {
             const std::lock_guard lock{mutex_};
         }
         condition_.notify_one();
     }
-
-private:
-    enum class State { free, taken, awaited };
 
     // Whoever waits says so in the word, and goes on saying so when he has it: there may be others.
     bool take_awaited() noexcept { return state_.exchange(State::awaited) == State::free; }

@@ -54,31 +54,42 @@ inline std::size_t wire_string_size(const char* from, std::size_t room) noexcept
     return last + 1;
 }
 
-// The same for a short string with much behind it, without a loop or a call: lists carry tens of thousands of
-// them. 0 also for any other.
+// The same for a string that is not long and has much behind it, without a call, and without a loop if it is
+// short: lists carry tens of thousands of those. 0 also for any other.
 inline std::size_t short_wire_string_size(const char* from, std::size_t room) noexcept
 {
 #ifdef __SSE2__
     constexpr std::size_t seen = 48;
+    constexpr std::size_t block_size = sizeof(__m128i);
+    constexpr std::uint32_t longest = 256;
     if (room < sizeof(std::int32_t) + seen)
         return 0;
     const char* text = from + sizeof(std::int32_t);
     // A bit for each byte that is NUL.
-    const auto nuls_at = [text](int offset) {
+    const auto nuls_at = [text](std::size_t offset) {
         __m128i block{};
         std::memcpy(&block, text + offset, sizeof block);
         const int nuls = _mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_setzero_si128()));
-        return static_cast<std::uint64_t>(static_cast<std::uint32_t>(nuls)) << offset;
+        return static_cast<std::uint64_t>(static_cast<std::uint32_t>(nuls));
     };
-    const std::uint64_t nuls = nuls_at(0) | nuls_at(16) | nuls_at(32);
+    const std::uint64_t nuls = nuls_at(0) | nuls_at(16) << 16 | nuls_at(32) << 32;
     const std::uint32_t size = get<std::uint32_t>(from);
-    if (nuls != 0 && static_cast<std::uint32_t>(std::countr_zero(nuls)) + 1 == size)
-        return size;
+    if (nuls != 0)
+        return static_cast<std::uint32_t>(std::countr_zero(nuls)) + 1 == size ? size : 0;
+    if (size <= seen || size > longest || size > room - sizeof(std::int32_t))
+        return 0;
+    for (std::size_t at = seen; at + block_size < size; at += block_size) {
+        if (nuls_at(at) != 0)
+            return 0;
+    }
+    // The last block overlaps, so that nothing behind the string is looked at.
+    constexpr std::uint64_t only_last = std::uint64_t{1} << (block_size - 1);
+    return nuls_at(size - block_size) == only_last ? size : 0;
 #else
     static_cast<void>(from);
     static_cast<void>(room);
-#endif
     return 0;
+#endif
 }
 
 // Copies a short text and looks whether a NUL is in it, in one go and without a call. False if there is one,

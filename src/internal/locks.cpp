@@ -8,10 +8,29 @@ namespace quorvel {
 
 namespace locks {
 
-constinit std::mutex requests;
-constinit std::mutex clients;
-constinit std::mutex delegates;
-constinit std::mutex calls;
+constinit Lock requests;
+constinit Lock clients;
+constinit Lock delegates;
+constinit Lock calls;
+
+void Lock::lock() noexcept
+{
+    State expected = State::free;
+    if (!state_.compare_exchange_strong(expected, State::taken))
+        wait();
+}
+
+// Whoever waits says so in the word, and goes on saying so when he has it: there may be others.
+[[gnu::noinline]] void Lock::wait() noexcept
+{
+    while (state_.exchange(State::awaited) != State::free)
+        state_.wait(State::awaited);
+}
+
+[[gnu::noinline]] void Lock::wake_one() noexcept
+{
+    state_.notify_one();
+}
 
 }  // namespace locks
 

@@ -388,11 +388,8 @@ Firing::Firing(const Listed& listed, int id, int seq_id, const CallSite& at) : l
     log_proxy(DLOG_WARN, at, PROXY_TEXT("Invoke id(%d), seq_id(%d)"), id, seq_id);
 }
 
-// Also on the way of an exception that an application's callback threw.
-Firing::~Firing()
+void Firing::end_once()
 {
-    if (!delegate_ || !once_)
-        return;
     bool lived = false;
     {
         const std::lock_guard lock{locks::delegates};
@@ -419,10 +416,9 @@ Text::Text(Incoming& from)
     value_ = copy_;
 }
 
-Text::~Text()
+void Text::wipe_copy()
 {
-    if (copy_ != nullptr)
-        explicit_bzero(copy_, std::strlen(copy_));
+    explicit_bzero(copy_, std::strlen(copy_));
     std::free(copy_);
 }
 

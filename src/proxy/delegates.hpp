@@ -186,7 +186,12 @@ void end_delegates(Proxy& proxy);
 class Firing {
 public:
     Firing(const Listed& listed, int id, int seq_id, const CallSite& at);
-    ~Firing();
+    // Also on the way of an exception that an application's callback threw.
+    ~Firing()
+    {
+        if (once_)
+            end_once();
+    }
     Firing(const Firing&) = delete;
     Firing& operator=(const Firing&) = delete;
 
@@ -201,6 +206,8 @@ public:
     }
 
 private:
+    void end_once();
+
     const Listed& listed_;
     const CallSite& at_;
     DelegateRef delegate_;
@@ -255,12 +262,18 @@ private:
 class Text {
 public:
     explicit Text(Incoming& from);
-    ~Text();
+    ~Text()
+    {
+        if (copy_ != nullptr)
+            wipe_copy();
+    }
     Text(const Text&) = delete;
     Text& operator=(const Text&) = delete;
     const char* value() const { return value_; }
 
 private:
+    void wipe_copy();
+
     const char* value_ = nullptr;
     char* copy_ = nullptr;
 };

@@ -362,7 +362,7 @@ TEST(ParcelArguments, AreCheckedBeforeAnythingIsTouched)
 
 TEST(WireString, OfEveryLengthIsNoneWithANulAtAnyOtherPlaceThanItsEnd)
 {
-    for (std::size_t length = 0; length < 70; ++length) {
+    for (std::size_t length = 0; length < 300; ++length) {
         // What follows on the wire is no part of it.
         std::string wire = text(std::string(length, 'x')) + std::string(60, '\0');
         EXPECT_EQ(wire_string_size(wire.data(), wire.size()), length + 1) << length;
@@ -374,6 +374,12 @@ TEST(WireString, OfEveryLengthIsNoneWithANulAtAnyOtherPlaceThanItsEnd)
             EXPECT_EQ(short_wire_string_size(wire.data(), wire.size()), 0U) << length << ", " << at;
             wire[4 + at] = 'x';
         }
+        const std::size_t all_but_its_nul = 4 + length;
+        EXPECT_EQ(wire_string_size(wire.data(), all_but_its_nul), 0U) << length;
+        EXPECT_EQ(short_wire_string_size(wire.data(), all_but_its_nul), 0U) << length;
+        wire[4 + length] = 'x';
+        EXPECT_EQ(wire_string_size(wire.data(), wire.size()), 0U) << length;
+        EXPECT_EQ(short_wire_string_size(wire.data(), wire.size()), 0U) << length;
     }
 }
 
