@@ -221,37 +221,50 @@ bool is_daily_life(const Fault& planned)
     return planned.error == EINTR || (planned.error == 0 && planned.call == Call::recv);
 }
 
+enum class Outcome { not_reached, harmless, noticed };
+
+Outcome attempt(const Fault& planned, int descriptors, std::chrono::milliseconds& longest)
+{
+    fault = planned;
+    seen = 0;
+    happened = false;
+    armed = true;
+    bool well = true;
+    for (int cycle = 0; cycle < kMostCycles && !happened; ++cycle)
+        well = live(longest) && well;
+    armed = false;
+    if (!happened)
+        return Outcome::not_reached;
+    expect(well || !is_daily_life(planned), "a signal or a short read does no harm");
+    expect(longest < kDeadline + 50ms, "a call ends within 50 ms of its deadline");
+    expect(live(longest), "everything works again");
+    expect(pump_until([&] { return integration::open_descriptors() <= descriptors; }, 2s),
+           "no descriptor stays open");
+    return well ? Outcome::harmless : Outcome::noticed;
+}
+
 void run(const Fault& planned, int descriptors, Account& account)
 {
-    try {
+    // A machine with other work may keep an agent from answering within so short a deadline: what fails three
+    // times fails.
+    for (int left = 3; left > 0; --left) {
         std::chrono::milliseconds longest{0};
-        fault = planned;
-        seen = 0;
-        happened = false;
-        armed = true;
-        bool well = true;
-        for (int cycle = 0; cycle < kMostCycles && !happened; ++cycle)
-            well = live(longest) && well;
-        armed = false;
-        if (!happened) {
-            ++account.not_reached;
+        try {
+            const Outcome outcome = attempt(planned, descriptors, longest);
+            account.not_reached += outcome == Outcome::not_reached ? 1 : 0;
+            account.runs += outcome == Outcome::not_reached ? 0 : 1;
+            account.harmless += outcome == Outcome::harmless ? 1 : 0;
+            account.longest = std::max(account.longest, longest);
             return;
+        } catch (const Failure& failure) {
+            armed = false;
+            std::printf("%s: %s, %s at its use %d: %s\n", left > 1 ? "again" : "FAILED",
+                        kNames[static_cast<int>(planned.call)],
+                        planned.error != 0 ? strerrorname_np(planned.error) : "one byte", planned.nth,
+                        failure.what());
         }
-        ++account.runs;
-        account.harmless += well ? 1 : 0;
-        account.longest = std::max(account.longest, longest);
-        expect(well || !is_daily_life(planned), "a signal or a short read does no harm");
-        expect(longest < kDeadline + 50ms, "a call ends within 50 ms of its deadline");
-        expect(live(longest), "everything works again");
-        expect(pump_until([&] { return integration::open_descriptors() <= descriptors; }, 2s),
-               "no descriptor stays open");
-    } catch (const Failure& failure) {
-        armed = false;
-        ++account.failed;
-        std::printf("FAILED: %s, %s at its use %d: %s\n", kNames[static_cast<int>(planned.call)],
-                    planned.error != 0 ? strerrorname_np(planned.error) : "one byte", planned.nth,
-                    failure.what());
     }
+    ++account.failed;
 }
 
 }  // namespace
