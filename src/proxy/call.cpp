@@ -76,6 +76,9 @@ void Exchange::close(rpc_port_parcel_h answer)
 
 rpc_port_parcel_h Exchange::next_result()
 {
+    // A call before this one may have given up its answer, which would be the next to come.
+    if (proxy_.main_port() != port_)
+        return nullptr;
     for (int skipped = 0; skipped < most_parcels_skipped; ++skipped) {
         rpc_port_parcel_h parcel = nullptr;
         if (rpc_port_parcel_create_from_port(&parcel, port_) != 0 || parcel == nullptr)

@@ -747,6 +747,26 @@ TEST_F(Turns, DoNotGiveALaterCallsAnswerToACallWhoseRequestNeverLeft)
     EXPECT_EQ(third, "answer to third");
 }
 
+TEST_F(Turns, DoNotTakeTheAnswerThatACallBeforeGaveUpWaitingFor)
+{
+    agent().let_reads_wait(std::chrono::seconds(20));
+    std::string first;
+    std::string second;
+    std::thread sent([&] { first = metadata("first"); });
+    wait_for_requests(1);
+    std::thread sent_later([&] { second = metadata("second"); });
+    wait_for_requests(2);
+    for (int i = 0; i < 65536; ++i) {
+        agent().deliver({i32(1)});
+    }
+    agent().deliver(result(0, {text("answer to first")}));
+    agent().deliver(result(0, {text("answer to second")}));
+    sent.join();
+    sent_later.join();
+    EXPECT_EQ(first, "failed");
+    EXPECT_EQ(second, "failed");
+}
+
 TEST_F(Turns, EndWithTheConnection)
 {
     constexpr int threads = 8;
