@@ -40,6 +40,7 @@ struct Sent {
     void* port;
     Deadline deadline;
     bool on_wire;
+    bool was_read;  // something has been read since
 };
 
 // A thread seldom talks to more than one agent. What does not fit is forgotten, and such a read then counts
@@ -62,7 +63,7 @@ Sent& note_send(void* port, Deadline deadline) noexcept
     Sent* sent = last_sent(port);
     if (sent == nullptr)
         sent = &sent_slots[next_sent_slot++ % kSentSlots];
-    *sent = {port, deadline, false};
+    *sent = {port, deadline, false, false};
     return *sent;
 }
 
@@ -574,7 +575,7 @@ int ClientConnection::send(Parcel& parcel, HandleTag port)
 
 int ClientConnection::receive_answer(Parcel& parcel)
 {
-    const Sent* sent = last_sent(main_port_);
+    Sent* const sent = last_sent(main_port_);
     if (sent != nullptr && !sent->on_wire)
         return RPC_PORT_ERROR_IO_ERROR;
     // Of the same moment as the deadline: time is asked for once a call.
@@ -585,10 +586,11 @@ int ClientConnection::receive_answer(Parcel& parcel)
         missed_deadline();
         return RPC_PORT_ERROR_IO_ERROR;
     }
-    return read_answer(parcel, start, deadline);
+    const bool reads_on = sent != nullptr && std::exchange(sent->was_read, true);
+    return read_answer(parcel, start, deadline, reads_on);
 }
 
-int ClientConnection::read_answer(Parcel& parcel, Deadline start, Deadline deadline)
+int ClientConnection::read_answer(Parcel& parcel, Deadline start, Deadline deadline, bool reads_on)
 {
     bool plainly = deadline - start > 2 * kPlainWait;
     for (;;) {
@@ -597,6 +599,11 @@ int ClientConnection::read_answer(Parcel& parcel, Deadline start, Deadline deadl
             return RPC_PORT_ERROR_IO_ERROR;
         if (answers_.take(parcel, true))
             break;
+        // An answer that came in time is found by the first look; what goes on coming is no reason to stay.
+        if (std::exchange(reads_on, true) && Clock::now() >= deadline) {
+            missed_deadline();
+            return RPC_PORT_ERROR_IO_ERROR;
+        }
 
         const FrameInput::Room room = answers_.room();
         const ssize_t count =

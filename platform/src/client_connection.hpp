@@ -92,7 +92,7 @@ private:
     bool take_callback(Parcel& parcel);
     bool await_callback(Parcel& parcel);
     int receive_answer(Parcel& parcel);
-    int read_answer(Parcel& parcel, Deadline start, Deadline deadline);
+    int read_answer(Parcel& parcel, Deadline start, Deadline deadline, bool reads_on);
     Wait wait(short events, Deadline plainly_until, Deadline deadline);
 
     // From any thread.

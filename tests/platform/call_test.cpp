@@ -167,6 +167,27 @@ TEST_F(CallWithShortDeadline, TakesAnAnswerThatIsThereAlthoughTheDeadlinePassedM
     rpc_port_parcel_destroy(parcel);
 }
 
+TEST_F(CallWithShortDeadline, EndsAfterTheDeadlineAlsoWhenThereIsAlwaysMoreToRead)
+{
+    send_text(client_.main, "ping");
+    // More than one receive takes, less than the socket holds.
+    constexpr int sent = 20'000;
+    std::string parcels;
+    for (int i = 0; i < sent; ++i)
+        parcels += frame("");
+    ASSERT_TRUE(write_all(link_.main.get(), parcels));
+    std::this_thread::sleep_for(350ms);
+    int read = 0;
+    rpc_port_parcel_h parcel = nullptr;
+    while (rpc_port_parcel_create_from_port(&parcel, client_.main) == 0) {
+        rpc_port_parcel_destroy(parcel);
+        ++read;
+    }
+    EXPECT_GT(read, 0);
+    EXPECT_LT(read, sent);
+    EXPECT_TRUE(run_until([&] { return client_.disconnected == 1; }));
+}
+
 TEST_F(CallWithShortDeadline, ClosesOverARequestThatStaysHalfWritten)
 {
     const std::string large(std::size_t{1} << 20, 'x');
