@@ -112,6 +112,7 @@ void Stub::destroy() noexcept
     source_.drop();
     for (const auto& [number, client] : clients) {
         Handles::retire(client);
+        client->release_answers();
         client->doom();
     }
 }
@@ -329,7 +330,12 @@ void Stub::join(const Ref<Visitor>& one, const Ref<Visitor>& other)
             Handles::retire(client);
             return;
         }
-        clients_.emplace(number, client);
+        try {
+            clients_.emplace(number, client);
+        } catch (...) {
+            Handles::retire(client);
+            throw;
+        }
     }
     ++quota->connections;
     for (const PortKind port : {PortKind::main, PortKind::callback}) {

@@ -191,6 +191,7 @@ class WithoutMemory : public ConversationUnderFaults {};
 
 TEST_F(WithoutMemory, AConversationIsHadAgainAfterwards)
 {
+    const std::size_t descriptors = open_descriptors();
     int happened = 0;
     for (int nth = 1; nth <= 200; ++nth) {
         {
@@ -205,6 +206,7 @@ TEST_F(WithoutMemory, AConversationIsHadAgainAfterwards)
     // Stub, proxy, their eight callbacks, and both ends of the connection.
     EXPECT_GE(happened, 12);
     EXPECT_LT(happened, 200);
+    EXPECT_TRUE(run_until([&] { return open_descriptors() <= descriptors; }, 1s));
 }
 
 // Lets the first allocation of an attempt fail, then the second…, until it succeeds; how many were needed.

@@ -264,6 +264,22 @@ TEST_F(StubTest, MayBeDestroyedFromWithinItsOwnEvent)
     EXPECT_FALSE(connect_raw(home_));
 }
 
+TEST_F(StubTest, SendsWhatWasAnsweredBeforeItIsDestroyed)
+{
+    const Link link = connect();
+    agent_.on_request = [&](rpc_port_h port) {
+        std::string request;
+        if (read_one(port, &request) == 0 && request == "x")
+            return send_text(port, "answer");
+        rpc_port_stub_destroy(std::exchange(agent_.stub, nullptr));
+        return 0;
+    };
+    write_all(link.main.get(), frame(text("x")) + frame(text("y")));
+    EXPECT_TRUE(run_until([&] { return agent_.stub == nullptr; }));
+    EXPECT_EQ(read_frame(link.main.get()), text("answer"));
+    EXPECT_TRUE(is_at_end(link.main.get()));
+}
+
 TEST_F(StubTest, MayBeDestroyedByAnotherThreadAndListenedOnAgain)
 {
     const Link link = connect();
