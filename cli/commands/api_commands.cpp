@@ -134,7 +134,7 @@ int call(Context& context)
             }
             arguments[name] = list;
         } else if (at < given.size()) {
-            const std::string text = given[at++];
+            const std::string& text = given[at++];
             arguments[name] =
                 parameter.kind == Kind::record ? text_or_json(file_or_text(text).c_str()) : Json(text);
         } else if (parameter.kind != Kind::text) {

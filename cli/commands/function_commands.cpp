@@ -22,8 +22,8 @@ struct Verb {
     std::string_view path;
     std::string_view functions;
     std::string_view help;
-    std::string_view arguments = "";
-    std::string_view columns = "";
+    std::string_view arguments = {};
+    std::string_view columns = {};
 };
 
 constexpr Verb verbs[] = {

@@ -364,6 +364,7 @@ void end_delegates(Proxy& proxy)
             if (proxy.delegates == nullptr)
                 return;
             delegate = static_cast<Delegate*>(proxy.delegates->data);
+            // NOLINTNEXTLINE(clang-analyzer-unix.Malloc): counted, which the analyzer does not follow.
             lived = end_life(*delegate);
         }
         if (lived)
