@@ -76,6 +76,8 @@ Ref<ClientConnection> ClientConnection::make(const Ref<Proxy>& proxy, const char
         Handles::add(new ClientConnection{proxy, app_id, port_name}, HandleKind::client_connection);
     made->main_port_ = Handles::handle(made, HandleTag::main_port);
     made->callback_port_ = Handles::handle(made, HandleTag::callback_port);
+    // Before anybody else can find it and abandon it: a source that was made later would stay for good.
+    made->source_.make(made, "quorvel port");
     return made;
 }
 
@@ -93,7 +95,6 @@ ClientConnection::~ClientConnection() = default;
 
 void ClientConnection::begin(const Ref<ClientConnection>& self)
 {
-    source_.make(self, "quorvel port");
     advance();
     watch_delivery(self);
     set_step(step());

@@ -2,8 +2,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <thread>
 
+#include "failing_calls.hpp"
 #include "support.hpp"
 
 namespace quorvel::platform::test {
@@ -102,6 +104,58 @@ TEST_F(Connect, CanBeDestroyedWhileTheAgentIsMuteAndNothingIsToldAfterwards)
     EXPECT_EQ(client.connected + client.ended(), 0);
     read_frame(link.main.get());
     EXPECT_TRUE(is_at_end(link.main.get()));
+}
+
+// Another thread destroys the proxy, and has a moment to do it before this one goes on. It may have to wait
+// for this one.
+class Destruction {
+public:
+    explicit Destruction(Client& client) : proxy_{std::exchange(client.proxy, nullptr)} {}
+    ~Destruction() { thread_.join(); }
+    Destruction(const Destruction&) = delete;
+    Destruction& operator=(const Destruction&) = delete;
+
+    rpc_port_proxy_h proxy() const { return proxy_; }
+    void begin()
+    {
+        thread_ = std::thread{[this] {
+            rpc_port_proxy_destroy(proxy_);
+            is_done_ = true;
+        }};
+        for (int i = 0; i < 20 && !is_done_; ++i)
+            std::this_thread::sleep_for(1ms);
+    }
+    bool has_begun() const { return thread_.joinable(); }
+
+private:
+    rpc_port_proxy_h proxy_;
+    std::atomic<bool> is_done_ = false;
+    std::thread thread_;
+};
+
+TEST_F(Connect, LeavesTheLoopAloneWhenTheProxyIsDestroyedAtAnyPointOfIt)
+{
+    int nth = 1;
+    for (bool has_begun = true; has_begun; ++nth) {
+        Client client;
+        {
+            Destruction destruction{client};
+            {
+                const FailingCall before{"pthread_mutex_lock", nth,
+                                         [](void* data) { static_cast<Destruction*>(data)->begin(); },
+                                         &destruction};
+                rpc_port_proxy_connect(destruction.proxy(), kApp, kPort);
+            }
+            has_begun = destruction.has_begun();
+            if (!has_begun)
+                destruction.begin();
+        }
+        run_for(2ms);
+        EXPECT_FALSE(g_main_context_pending(nullptr)) << nth;
+        EXPECT_EQ(client.connected + client.ended(), 0);
+    }
+    // That many locks it takes at the least.
+    EXPECT_GT(nth, 4);
 }
 
 TEST_F(Connect, IsRefusedWhileAConnectionIsThere)

@@ -1,5 +1,6 @@
 #include "failing_calls.hpp"
 
+#include <pthread.h>
 #include <sys/types.h>
 
 #include <cerrno>
@@ -23,14 +24,21 @@ struct Plan {
     int error = 0;
     int until = 0;  // calls that still succeed, and the one that fails
     bool happened = false;
+    void (*before)(void* data) = nullptr;
+    void* data = nullptr;
 };
-thread_local Plan plan;
+// Needs no making, since locks are taken before a thread is ready for that.
+constinit thread_local Plan plan;
 
 bool fails(std::string_view name)
 {
     if (plan.until == 0 || name != plan.name || --plan.until != 0)
         return false;
     plan.happened = true;
+    if (plan.before != nullptr) {
+        plan.before(plan.data);
+        return false;
+    }
     errno = plan.error;
     return true;
 }
@@ -39,7 +47,12 @@ bool fails(std::string_view name)
 
 FailingCall::FailingCall(const char* name, int error, int nth)
 {
-    plan = {name, error, nth, false};
+    plan = {name, error, nth};
+}
+
+FailingCall::FailingCall(const char* name, int nth, void (*before)(void* data), void* data)
+{
+    plan = {name, 0, nth, false, before, data};
 }
 
 FailingCall::~FailingCall()
@@ -86,6 +99,7 @@ FAILING(int, mkdir, (const char* path, mode_t mode), (path, mode))
 FAILING(int, open, (const char* path, int flags, mode_t mode), (path, flags, mode))
 FAILING(int, pipe2, (int* ends, int flags), (ends, flags))
 FAILING(int, poll, (pollfd * sockets, unsigned long count, int patience), (sockets, count, patience))
+FAILING(int, pthread_mutex_lock, (pthread_mutex_t * mutex), (mutex))
 FAILING(ssize_t, read, (int fd, void* to, size_t size), (fd, to, size))
 FAILING(ssize_t, recv, (int fd, void* to, size_t size, int flags), (fd, to, size, flags))
 FAILING(ssize_t, send, (int fd, const void* from, size_t size, int flags), (fd, from, size, flags))
