@@ -302,6 +302,10 @@ std::shared_ptr<Quota> Stub::quota_of(uid_t uid)
 void Stub::join(const Ref<Visitor>& one, const Ref<Visitor>& other)
 {
     const OwnedParcel welcome{Parcel::make()};
+    const auto turn_away = [&] {
+        for (const Ref<Visitor>& visitor : {one, other})
+            epoll_ctl(shared_->epoll.get(), EPOLL_CTL_DEL, visitor->socket.get(), nullptr);
+    };
     const std::shared_ptr<Quota> quota = quota_of(one->peer.uid);
     if (quota->connections >= shared_->limits.connections) {
         QV_LOG(DLOG_ERROR,
@@ -311,15 +315,21 @@ void Stub::join(const Ref<Visitor>& one, const Ref<Visitor>& other)
                static_cast<int>(one->peer.uid), quota->connections);
         write_welcome(*welcome, -EUSERS);
         send_at_once(one->socket.get(), welcome->frame());
-        for (const Ref<Visitor>& visitor : {one, other})
-            epoll_ctl(shared_->epoll.get(), EPOLL_CTL_DEL, visitor->socket.get(), nullptr);
+        turn_away();
         return;
     }
     const std::uint64_t number = next_number_++;
     timeval lingering{};
     lingering.tv_usec = std::chrono::microseconds{kLingering}.count();
-    for (const int wait : {SO_RCVTIMEO, SO_SNDTIMEO})
-        setsockopt(one->socket.get(), SOL_SOCKET, wait, &lingering, sizeof lingering);
+    // Without them a client could hold up the loop for as long as it says nothing, or reads nothing.
+    for (const int wait : {SO_RCVTIMEO, SO_SNDTIMEO}) {
+        if (setsockopt(one->socket.get(), SOL_SOCKET, wait, &lingering, sizeof lingering) != 0) {
+            QV_LOG(DLOG_ERROR, "port %s turns process %d away: %s", port_name_.c_str(),
+                   static_cast<int>(one->peer.pid), std::strerror(errno));
+            turn_away();
+            return;
+        }
+    }
     const Ref<AgentConnection> client =
         Handles::add(new AgentConnection{shared_, quota, number, one->peer, one->introduction->sender,
                                          std::move(one->socket), std::move(other->socket)},

@@ -3,9 +3,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <climits>
 #include <thread>
 
+#include "failing_calls.hpp"
 #include "support.hpp"
 
 namespace quorvel::platform::test {
@@ -325,6 +327,19 @@ TEST_F(StubTest, JoinsSocketsOnlyByTheSameToken)
     const Descriptor right = connect_raw(home_);
     write_all(right.get(), introduction(1, 'a'));
     EXPECT_TRUE(run_until([&] { return agent_.instances.size() == 1; }));
+}
+
+TEST_F(StubTest, TurnsAwayAClientThatCouldHoldUpTheLoop)
+{
+    for (const int nth : {1, 2}) {
+        FailingCall time_out{"setsockopt", ENOBUFS, nth};
+        const Link link = introduce_raw(home_);
+        run_for(20ms);
+        EXPECT_TRUE(time_out.happened());
+        EXPECT_TRUE(is_at_end(link.main.get())) << nth;
+        EXPECT_TRUE(agent_.instances.empty()) << nth;
+    }
+    EXPECT_NE(connect().main.get(), -1);
 }
 
 TEST_F(StubTest, DoesNotJoinTwoMainSocketsWithOneToken)
