@@ -18,7 +18,7 @@ struct Act {
     std::string_view path;
     std::string_view does;
     std::string_view help;
-    std::string_view words = "";
+    std::string_view words = {};
 };
 
 constexpr Act acts[] = {

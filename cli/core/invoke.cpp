@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <deque>
+#include <utility>
 
 #include "core/failure.hpp"
 #include "core/suggest.hpp"
@@ -18,7 +19,7 @@ namespace {
 
 std::string taken(char* text)
 {
-    const std::string copy = text == nullptr ? "" : text;
+    std::string copy = text == nullptr ? "" : text;
     std::free(text);
     return copy;
 }
@@ -159,6 +160,7 @@ private:
             for (const Json& text : one)
                 texts.push_back(text_of(text));
             std::vector<const char*> pointers;
+            pointers.reserve(texts.size());
             for (const std::string& text : texts)
                 pointers.push_back(text.c_str());
             code =
@@ -530,7 +532,7 @@ Json Invocation::call(const Arguments& arguments)
             failure.status = lost;
             failure.why += "; the connection is gone";
         }
-        throw failure;
+        throw Failure{std::move(failure)};
     }
     if (results.empty())
         return nullptr;

@@ -39,6 +39,7 @@ fs::path data_directory(const char* variable, const char* below_home)
 pid_t spawn(const std::vector<std::string>& words, bool detached, bool dies_with_us, const fs::path& log)
 {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (const std::string& word : words)
         arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);

@@ -82,6 +82,7 @@ void write_bundle(rpc_port_parcel_h parcel, const Json& value)
         for (const Json& text : one)
             texts.push_back(text_of(text));
         std::vector<const char*> pointers;
+        pointers.reserve(texts.size());
         for (const std::string& text : texts)
             pointers.push_back(text.c_str());
         bundle_add_str_array(made.get(), key.c_str(), pointers.data(), static_cast<int>(pointers.size()));
