@@ -219,7 +219,7 @@ std::string path_of(const CLI::App* app)
 {
     std::string path;
     for (; app->get_parent() != nullptr; app = app->get_parent())
-        path = " " + app->get_name() + path;
+        path.insert(0, " " + app->get_name());
     return "qvctl" + path;
 }
 
@@ -419,6 +419,6 @@ std::string file_or_text(const std::string& text)
 
 int main(int argc, char** argv)
 {
-    std::setlocale(LC_ALL, "");
+    static_cast<void>(std::setlocale(LC_ALL, ""));
     return quorvel::cli::run(argc, argv);
 }

@@ -12,6 +12,7 @@
 
 #include "core/failure.hpp"
 #include "core/suggest.hpp"
+#include "core/texts.hpp"
 #include "quorvel_client_qc_api.h"
 
 namespace quorvel::cli {
@@ -159,10 +160,7 @@ private:
             std::vector<std::string> texts;
             for (const Json& text : one)
                 texts.push_back(text_of(text));
-            std::vector<const char*> pointers;
-            pointers.reserve(texts.size());
-            for (const std::string& text : texts)
-                pointers.push_back(text.c_str());
+            const std::vector<const char*> pointers = pointers_to(texts);
             code =
                 record_.set_texts(handle_, property.id, pointers.data(), static_cast<int>(pointers.size()));
         } else {

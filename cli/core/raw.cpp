@@ -14,6 +14,7 @@
 #include "core/invoke.hpp"
 #include "core/output.hpp"
 #include "core/suggest.hpp"
+#include "core/texts.hpp"
 
 namespace quorvel::cli {
 namespace {
@@ -81,10 +82,7 @@ void write_bundle(rpc_port_parcel_h parcel, const Json& value)
         std::vector<std::string> texts;
         for (const Json& text : one)
             texts.push_back(text_of(text));
-        std::vector<const char*> pointers;
-        pointers.reserve(texts.size());
-        for (const std::string& text : texts)
-            pointers.push_back(text.c_str());
+        std::vector<const char*> pointers = pointers_to(texts);
         bundle_add_str_array(made.get(), key.c_str(), pointers.data(), static_cast<int>(pointers.size()));
     }
     rpc_port_parcel_write_bundle(parcel, made.get());

@@ -266,6 +266,7 @@ std::vector<Json> compare(const std::vector<Step>& left, const std::vector<Step>
 {
     const auto keys = [](const std::vector<Step>& steps) {
         std::vector<std::string> all;
+        all.reserve(steps.size());
         for (const Step& step : steps)
             all.push_back(step.key());
         return all;

@@ -9,6 +9,7 @@
 
 #include "core/failure.hpp"
 #include "core/places.hpp"
+#include "core/texts.hpp"
 
 namespace quorvel::cli::trace {
 namespace {
@@ -42,9 +43,7 @@ void write_bundle(rpc_port_parcel_h parcel, const Json& value)
             std::vector<std::string> texts;
             for (const Json& text : one)
                 texts.push_back(copied_text(text));
-            std::vector<const char*> pointers;
-            for (const std::string& text : texts)
-                pointers.push_back(text.c_str());
+            std::vector<const char*> pointers = pointers_to(texts);
             bundle_add_str_array(made.get(), key.c_str(), pointers.data(), static_cast<int>(pointers.size()));
         } else {
             bundle_add_str(made.get(), key.c_str(), copied_text(one).c_str());

@@ -84,7 +84,7 @@ Recorded keep(const std::filesystem::path& captured, const std::filesystem::path
 int record_while(const std::string& trace, bool secrets, const std::function<int()>& run, Recorded* recorded)
 {
     // A trace that cannot be written is told before anything is done.
-    Writer(trace, {!secrets, agent_version()});
+    static_cast<void>(Writer(trace, {!secrets, agent_version()}));
     std::string captured = trace + ".recording-XXXXXX";
     const int file = mkostemp(captured.data(), O_CLOEXEC);
     if (file < 0)

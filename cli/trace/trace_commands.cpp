@@ -30,7 +30,7 @@ std::string severity_name(Severity severity)
 class SignalsIgnored {
 public:
     SignalsIgnored() : before_(std::signal(SIGINT, SIG_IGN)) {}
-    ~SignalsIgnored() { std::signal(SIGINT, before_); }
+    ~SignalsIgnored() { static_cast<void>(std::signal(SIGINT, before_)); }
     SignalsIgnored(const SignalsIgnored&) = delete;
     SignalsIgnored& operator=(const SignalsIgnored&) = delete;
 
