@@ -167,42 +167,48 @@ class Failure : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-void expect(bool holds, const char* what)
+void expect(bool holds, const std::string& what)
 {
     if (!holds)
         throw Failure{what};
 }
 
-// What an application does. Answers whether everything went well.
-bool live(std::chrono::milliseconds& longest)
+// What an application does with a connection; and what of it does not go well, if anything.
+std::string talk(Connection& connection, int& heard, std::chrono::milliseconds& longest)
 {
-    Connection connection;
-    int heard = 0;
-    if (connection.connect() != 0)
-        return false;
-    const auto told = [&] { return connection.connected + connection.disconnected + connection.rejected; };
-    expect(pump_until([&] { return told() > 0; }, 5s), "something is heard of a connect");
-    bool well = connection.connected == 1;
-    if (well) {
-        quorvel_client_set_notification_cb(
-            connection.handle,
-            [](const char*, const char*, const char*, void* data) { ++*static_cast<int*>(data); }, &heard);
-    }
-    for (int i = 0; well && i < 4; ++i) {
+    int code = quorvel_client_set_notification_cb(
+        connection.handle,
+        [](const char*, const char*, const char*, void* data) { ++*static_cast<int*>(data); }, &heard);
+    for (int i = 0; code == 0 && i < 4; ++i) {
         // One answer lets the caller wait for longer than it waits plainly.
         const std::string vid = i == 3 ? "storm:3" : i == 2 ? "slow:15" : std::to_string(i);
         std::string answer;
         const quorvel::test::Stopwatch watch;
-        const int code = integration::ask_metadata(connection.handle, vid, answer);
+        code = integration::ask_metadata(connection.handle, vid, answer);
         longest = std::max(longest, std::chrono::duration_cast<std::chrono::milliseconds>(watch.own()));
         expect(code != 0 || answer == "metadata of " + vid, "an answer is the one to the question");
-        well = code == 0;
     }
-    if (well)
-        well = pump_until([&] { return heard == 3 || connection.disconnected > 0; }, 2s) && heard == 3;
+    if (code != 0)
+        return "a call gives " + std::to_string(code);
+    pump_until([&] { return heard == 3 || connection.disconnected > 0; }, 2s);
+    return heard == 3 ? "" : std::to_string(heard) + " of 3 callbacks are heard";
+}
+
+// From the connect on.
+std::string live(std::chrono::milliseconds& longest)
+{
+    int heard = 0;
+    Connection connection;
+    if (connection.connect() != 0)
+        return "a connect is refused";
+    const auto told = [&] { return connection.connected + connection.disconnected + connection.rejected; };
+    expect(pump_until([&] { return told() > 0; }, 5s), "something is heard of a connect");
+    std::string wrong = connection.connected == 1  ? talk(connection, heard, longest)
+                        : connection.rejected == 1 ? "a connect is rejected"
+                                                   : "a connect ends as disconnected";
     pump_until([] { return false; }, 1ms);
     expect(connection.disconnected + connection.rejected <= 1, "the end of a connection is heard once");
-    return well;
+    return wrong;
 }
 
 struct Account {
@@ -231,13 +237,14 @@ Outcome attempt(const Fault& planned, int descriptors, std::chrono::milliseconds
     armed = true;
     bool well = true;
     for (int cycle = 0; cycle < kMostCycles && !happened; ++cycle)
-        well = live(longest) && well;
+        well = live(longest).empty() && well;
     armed = false;
     if (!happened)
         return Outcome::not_reached;
     expect(well || !is_daily_life(planned), "a signal or a short read does no harm");
     expect(longest < kDeadline + 50ms, "a call ends within 50 ms of its deadline");
-    expect(live(longest), "everything works again");
+    const std::string left = live(longest);
+    expect(left.empty(), "everything works again, but " + left);
     expect(pump_until([&] { return integration::open_descriptors() <= descriptors; }, 2s),
            "no descriptor stays open");
     return well ? Outcome::harmless : Outcome::noticed;
@@ -289,8 +296,8 @@ int main()
     static_assert(std::size(errors) == static_cast<std::size_t>(Call::count));
 
     std::chrono::milliseconds longest{0};
-    if (!live(longest)) {
-        std::printf("FAILED: nothing works even without a fault\n");
+    if (const std::string wrong = live(longest); !wrong.empty()) {
+        std::printf("FAILED: even without a fault %s\n", wrong.c_str());
         return 1;
     }
     pump_until([] { return false; }, 100ms);
