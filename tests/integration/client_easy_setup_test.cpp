@@ -196,7 +196,7 @@ TEST_F(ClientEasySetup, BringsADeviceThatAsksForAPinIntoTheHome)
 {
     watch();
     ASSERT_EQ(initialize(), 0);
-    EXPECT_TRUE(states.has(prepared));
+    EXPECT_TRUE(states.wait_for(prepared));
     EXPECT_FALSE(device_ids().contains("new-sensor"));
 
     // It has no owner, and offers both ways: 1 and 2.
