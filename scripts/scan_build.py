@@ -37,6 +37,11 @@ def main():
         chosen.write_text(json.dumps(commands), encoding="utf-8")
         subprocess.run(["analyze-build-14", "--cdb", chosen, "--output", work, "--plist-multi-file"], check=True,
                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        # It goes on when it cannot analyse a file, and has found nothing there.
+        failures = [failure.read_text(encoding="utf-8")
+                    for failure in pathlib.Path(work).glob("**/failures/*.stderr.txt")]
+        if failures:
+            sys.exit("".join(failures) + f"scan-build could not analyse {len(failures)} of {len(commands)} files")
         for report in pathlib.Path(work).glob("**/*.plist"):
             content = plistlib.loads(report.read_bytes())
             for found in content["diagnostics"]:
