@@ -10,7 +10,6 @@ namespace quorvel::agent {
 
 using home::code;
 using home::parse_json;
-using home::to_text;
 
 namespace {
 

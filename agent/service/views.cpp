@@ -9,7 +9,6 @@ namespace quorvel::agent {
 
 using namespace quorvel::stub;
 using home::rfc3339;
-using home::text_at;
 using home::to_text;
 
 namespace {
