@@ -7,9 +7,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
-#include <iostream>
-#include <sstream>
+#include <cstring>
 #include <string_view>
 #include <thread>
 #include <vector>
@@ -57,13 +55,13 @@ bool do_workload(Client& client, const std::string& workload, int count)
 
 int be_driven(Client& client)
 {
-    std::string workload;
+    std::array<char, 64> workload{};
     int count = 0;
-    while (std::cin >> workload >> count) {
+    while (std::scanf("%63s %d", workload.data(), &count) == 2) {
         const unsigned long allocated = allocations();
         const double begin = now();
-        if (!do_workload(client, workload, count))
-            give_up("there is no workload " + workload);
+        if (!do_workload(client, workload.data(), count))
+            give_up(std::string{"there is no workload "} + workload.data());
         const double seconds = now() - begin;
         std::printf("%.9f %lu\n", seconds, allocations() - allocated);
         std::fflush(stdout);
@@ -71,14 +69,30 @@ int be_driven(Client& client)
     return 0;
 }
 
+/// Does `use(line)` with each line of a file of /proc.
+template <typename Use>
+void for_each_line(const char* path, Use&& use)
+{
+    std::FILE* const file = std::fopen(path, "re");
+    if (file == nullptr)
+        give_up(std::string{"cannot read "} + path);
+    char* line = nullptr;
+    std::size_t size = 0;
+    while (getline(&line, &size, file) > 0)
+        use(line);
+    std::free(line);
+    std::fclose(file);
+}
+
 long peak_kib()
 {
-    std::ifstream status{"/proc/self/status"};
-    for (std::string line; std::getline(status, line);) {
-        if (line.starts_with("VmHWM:"))
-            return std::atol(line.c_str() + 6);
-    }
-    return 0;
+    constexpr std::string_view name = "VmHWM:";
+    long peak = 0;
+    for_each_line("/proc/self/status", [&](const char* line) {
+        if (std::string_view{line}.starts_with(name))
+            peak = std::atol(line + name.size());
+    });
+    return peak;
 }
 
 /// The address space that files other than the program, libc and libstdc++ take.
@@ -87,21 +101,20 @@ long mapped_kib()
     constexpr std::array<std::string_view, 5> not_counted{"libc.so", "libstdc++.so", "ld-linux", "libm.so",
                                                           "libgcc_s"};
     unsigned long sum = 0;
-    std::ifstream maps{"/proc/self/maps"};
-    for (std::string line; std::getline(maps, line);) {
-        const auto slash = line.find('/');
-        if (slash == std::string::npos)
-            continue;
-        const std::string_view path = std::string_view{line}.substr(slash);
+    for_each_line("/proc/self/maps", [&](const char* line) {
+        const char* const slash = std::strchr(line, '/');
+        if (slash == nullptr)
+            return;
+        const std::string_view path = slash;
         bool counted = path.find(".so") != std::string_view::npos;
         for (const std::string_view name : not_counted)
             counted = counted && path.find(name) == std::string_view::npos;
         char* end = nullptr;
-        const unsigned long from = std::strtoul(line.c_str(), &end, 16);
+        const unsigned long from = std::strtoul(line, &end, 16);
         const unsigned long to = std::strtoul(end + 1, nullptr, 16);
         if (counted)
             sum += to - from;
-    }
+    });
     return static_cast<long>(sum / 1024);
 }
 
@@ -127,7 +140,7 @@ void Client::from_four_threads(int each, const std::function<void()>& ask)
 
 void give_up(const std::string& what)
 {
-    std::cerr << "bench: " << what << std::endl;
+    std::fprintf(stderr, "bench: %s\n", what.c_str());
     _exit(1);
 }
 
