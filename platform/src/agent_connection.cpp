@@ -85,7 +85,7 @@ std::string_view OutQueue::front() const noexcept
 
 void OutQueue::remove(std::size_t size) noexcept
 {
-    explicit_bzero(head_->bytes() + head_->begin, size);
+    wipe(head_->bytes() + head_->begin, size);
     head_->begin += size;
     if (head_->begin != head_->end)
         return;

@@ -3,8 +3,16 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstring>
 
 namespace quorvel::platform {
+
+// Clears bytes that nobody will read: explicit_bzero() with one call instead of two.
+inline void wipe(char* bytes, std::size_t size) noexcept
+{
+    std::memset(bytes, 0, size);
+    asm volatile("" : : "r"(bytes) : "memory");
+}
 
 // A counted block. A connection receives into a chunk, and the frames it found there are handed out as
 // parcels that share it: no copy, no allocation. Whoever puts foreign or private bytes into a chunk wipes

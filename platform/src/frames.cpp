@@ -19,7 +19,7 @@ FrameInput::~FrameInput()
 {
     while (head_ != nullptr) {
         Chunk* next = head_->next;
-        explicit_bzero(head_->bytes() + head_->begin, head_->end - head_->begin);
+        wipe(head_->bytes() + head_->begin, head_->end - head_->begin);
         head_->release();
         head_ = next;
     }
@@ -67,7 +67,7 @@ void FrameInput::continue_in(Chunk* chunk) noexcept
     const std::size_t partial = old.end - old.complete;
     char* from = old.bytes() + old.complete;
     std::memcpy(chunk->bytes(), from, partial);
-    explicit_bzero(from, partial);
+    wipe(from, partial);
     chunk->end = partial;
     old.end = old.complete;
     old.next = chunk;
@@ -105,21 +105,6 @@ bool FrameInput::received(std::size_t size) noexcept
         head_->release();
         head_ = next;
     }
-}
-
-bool FrameInput::take(Parcel& parcel, bool is_answer) noexcept
-{
-    if (frames_ == 0)
-        return false;
-    if (head_->begin == head_->complete)
-        leave_emptied();
-    char* frame = head_->bytes() + head_->begin;
-    const auto size = static_cast<std::size_t>(get<std::int32_t>(frame));
-    parcel.adopt(head_, frame + kFrameHead, size, is_answer);
-    head_->begin += kFrameHead + size;
-    --frames_;
-    bytes_ -= kFrameHead + size;
-    return true;
 }
 
 }  // namespace quorvel::platform

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 #include "chunk.hpp"
 #include "parcel.hpp"
+#include "wire.hpp"
 
 namespace quorvel::platform {
 
@@ -30,8 +32,21 @@ public:
     // False when a length is announced that no frame may have. Frames before it can still be taken.
     bool received(std::size_t size) noexcept;
 
-    // The oldest whole frame.
-    bool take(Parcel& parcel, bool is_answer) noexcept;
+    // The oldest whole frame, as a fresh parcel.
+    bool take(Parcel& parcel, bool is_answer) noexcept
+    {
+        if (frames_ == 0)
+            return false;
+        if (head_->begin == head_->complete)
+            leave_emptied();
+        char* frame = head_->bytes() + head_->begin;
+        const auto size = static_cast<std::size_t>(get<std::int32_t>(frame));
+        parcel.adopt(head_, frame + kFrameHead, size, is_answer);
+        head_->begin += kFrameHead + size;
+        --frames_;
+        bytes_ -= kFrameHead + size;
+        return true;
+    }
 
     std::size_t frames() const noexcept { return frames_; }
     // Whole frames not yet taken, their lengths counted in.

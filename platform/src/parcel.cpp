@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <cassert>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -90,36 +91,35 @@ void Parcel::reset() noexcept
 
 void Parcel::wipe() noexcept
 {
-    explicit_bzero(payload_ - kFrameHead, kFrameHead + size_);
+    platform::wipe(payload_ - kFrameHead, kFrameHead + size_);
     if (chunk_ != nullptr)
         chunk_->release();
 }
 
 void Parcel::adopt(Chunk* chunk, char* payload, std::size_t size, bool is_answer) noexcept
 {
-    // A fresh one, as it mostly is, has nothing to wipe.
-    if (size_ != 0 || chunk_ != nullptr)
-        wipe();
+    assert(chunk_ == nullptr && size_ == 0 && position_ == 0);
     chunk->share();
     chunk_ = chunk;
     payload_ = payload;
     size_ = size;
     capacity_ = 0;
-    position_ = 0;
     is_answer_ = is_answer;
 }
 
 const char* Parcel::next_string(std::size_t& length) noexcept
 {
-    std::size_t size = short_string_size();
+    std::size_t size = quick_wire_string_size(at(), left());
     if (size == 0)
-        size = string_size();
+        size = wire_string_size(at(), left());
     if (size == 0) {
         fail();
         return nullptr;
     }
+    const char* text = at() + sizeof(std::int32_t);
     length = size - 1;
-    return pass_string(size);
+    pass(sizeof(std::int32_t) + size);
+    return text;
 }
 
 std::string_view Parcel::frame() noexcept

@@ -28,7 +28,8 @@ public:
     Parcel(const Parcel&) = delete;
     Parcel& operator=(const Parcel&) = delete;
 
-    // Becomes the received frame whose payload of `size` bytes starts at `payload`, a byte of `chunk`.
+    // A fresh one becomes the received frame whose payload of `size` bytes starts at `payload`, a byte of
+    // `chunk`.
     void adopt(Chunk* chunk, char* payload, std::size_t size, bool is_answer) noexcept;
 
     char* payload() noexcept { return payload_; }
@@ -90,16 +91,8 @@ public:
     }
     // The next string, where it lies, and its length; nullptr where there is none.
     const char* next_string(std::size_t& length) noexcept;
-    // The size of the next string, or 0; of one that is not long and quickly looked at; and on to what is
-    // behind it.
-    std::size_t string_size() const noexcept { return wire_string_size(at(), left()); }
-    std::size_t short_string_size() const noexcept { return short_wire_string_size(at(), left()); }
-    const char* pass_string(std::size_t size) noexcept
-    {
-        const char* text = at() + sizeof(std::int32_t);
-        position_ += sizeof(std::int32_t) + size;
-        return text;
-    }
+    // On to what is behind so many bytes that are known to be there.
+    void pass(std::size_t size) noexcept { position_ += size; }
 
 private:
     Parcel() noexcept { reset(); }

@@ -54,64 +54,110 @@ inline std::size_t wire_string_size(const char* from, std::size_t room) noexcept
     return last + 1;
 }
 
-// The same for a string that is not long and has much behind it, without a call, and without a loop if it is
-// short: lists carry tens of thousands of those. 0 also for any other.
-inline std::size_t short_wire_string_size(const char* from, std::size_t room) noexcept
-{
+// A quick look at a string that begins with so many bytes, whatever they are: no call, and no loop for one
+// that is not longer, since lists carry tens of thousands of those.
+inline constexpr std::size_t kQuickString = 48;
+
 #ifdef __SSE2__
-    constexpr std::size_t seen = 48;
-    constexpr std::size_t block_size = sizeof(__m128i);
-    constexpr std::uint32_t longest = 256;
-    if (room < sizeof(std::int32_t) + seen)
-        return 0;
-    const char* text = from + sizeof(std::int32_t);
-    // A bit for each byte that is NUL.
-    const auto nuls_at = [text](std::size_t offset) {
-        __m128i block{};
-        std::memcpy(&block, text + offset, sizeof block);
-        const int nuls = _mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_setzero_si128()));
-        return static_cast<std::uint64_t>(static_cast<std::uint32_t>(nuls));
-    };
-    const std::uint64_t nuls = nuls_at(0) | nuls_at(16) << 16 | nuls_at(32) << 32;
-    const std::uint32_t size = get<std::uint32_t>(from);
-    if (nuls != 0)
-        return static_cast<std::uint32_t>(std::countr_zero(nuls)) + 1 == size ? size : 0;
-    if (size <= seen || size > longest || size > room - sizeof(std::int32_t))
-        return 0;
-    for (std::size_t at = seen; at + block_size < size; at += block_size) {
-        if (nuls_at(at) != 0)
-            return 0;
-    }
-    // The last block overlaps, so that nothing behind the string is looked at.
-    constexpr std::uint64_t only_last = std::uint64_t{1} << (block_size - 1);
-    return nuls_at(size - block_size) == only_last ? size : 0;
-#else
-    static_cast<void>(from);
-    static_cast<void>(room);
-    return 0;
-#endif
+
+inline constexpr std::size_t kBlock = sizeof(__m128i);
+
+// A bit for each byte of a block that is NUL.
+inline std::uint64_t nuls_of(__m128i block) noexcept
+{
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_setzero_si128())));
+}
+inline std::uint64_t nuls_at(const char* bytes) noexcept
+{
+    __m128i block{};
+    std::memcpy(&block, bytes, sizeof block);
+    return nuls_of(block);
+}
+// A bit for each of the first kQuickString bytes that is NUL; the lowest is what counts.
+inline std::uint64_t nuls_at_beginning(const char* text) noexcept
+{
+    return nuls_at(text) | nuls_at(text + kBlock) << kBlock | nuls_at(text + 2 * kBlock) << (2 * kBlock);
 }
 
-// Copies a short text and looks whether a NUL is in it, in one go and without a call. False if there is one,
-// and for a text that is not short; then it has to be written with more care.
+// Of a string with room for kQuickString bytes, none of them NUL; 0 also for one of more than 256 bytes.
+inline std::size_t medium_wire_string_size(const char* from, std::size_t room) noexcept
+{
+    const char* text = from + sizeof(std::int32_t);
+    const std::uint32_t size = get<std::uint32_t>(from);
+    if (size <= kQuickString || size > 256 || size > room - sizeof(std::int32_t))
+        return 0;
+    // The last block overlaps, so that nothing behind the string is looked at.
+    const std::size_t last = size - kBlock;
+    for (std::size_t at = kQuickString; at < last; at += kBlock) {
+        if (nuls_at(text + at) != 0)
+            return 0;
+    }
+    return nuls_at(text + last) == std::uint64_t{1} << (kBlock - 1) ? size : 0;
+}
+
+#else
+
+inline std::uint64_t nuls_at_beginning(const char* text) noexcept
+{
+    const auto* nul = static_cast<const char*>(std::memchr(text, '\0', kQuickString));
+    return nul != nullptr ? std::uint64_t{1} << (nul - text) : 0;
+}
+
+inline std::size_t medium_wire_string_size(const char*, std::size_t) noexcept
+{
+    return 0;
+}
+
+#endif
+
+// The same as wire_string_size(), for most strings; 0 also for any other.
+inline std::size_t quick_wire_string_size(const char* from, std::size_t room) noexcept
+{
+    if (room < sizeof(std::int32_t) + kQuickString)
+        return 0;
+    const std::uint64_t nuls = nuls_at_beginning(from + sizeof(std::int32_t));
+    if (nuls == 0)
+        return medium_wire_string_size(from, room);
+    const auto size = static_cast<std::size_t>(std::countr_zero(nuls)) + 1;
+    return size == get<std::uint32_t>(from) ? size : 0;
+}
+
+// Copies a text of 4 to 256 bytes and looks whether a NUL is in it, in one go and without a call. False if
+// there is one, and for any other text; then it has to be written with more care.
 inline bool copy_short_text(char* to, const char* from, std::size_t size) noexcept
 {
 #ifdef __SSE2__
-    constexpr std::size_t block_size = sizeof(__m128i);
-    constexpr std::size_t longest = 256;
-    if (size < block_size || size > longest)
+    // Its beginning and its end, which overlap.
+    const auto copy_ends = [&](auto begin, auto end) {
+        static_assert(sizeof begin == sizeof end);
+        std::memcpy(&begin, from, sizeof begin);
+        std::memcpy(&end, from + size - sizeof end, sizeof end);
+        std::memcpy(to, &begin, sizeof begin);
+        std::memcpy(to + size - sizeof end, &end, sizeof end);
+        constexpr long long no_nul = -1;
+        if constexpr (sizeof begin == 4)
+            return nuls_of(_mm_set_epi64x(no_nul, static_cast<long long>(end) << 32 | begin)) == 0;
+        else
+            return nuls_of(_mm_set_epi64x(static_cast<long long>(end), static_cast<long long>(begin))) == 0;
+    };
+    if (size < kBlock) {
+        if (size >= 8)
+            return copy_ends(std::uint64_t{}, std::uint64_t{});
+        return size >= 4 && copy_ends(std::uint32_t{}, std::uint32_t{});
+    }
+    if (size > 256)
         return false;
-    __m128i nuls = _mm_setzero_si128();
+    __m128i smallest = _mm_set1_epi8(-1);
     const auto copy_block = [&](std::size_t at) {
         __m128i block{};
         std::memcpy(&block, from + at, sizeof block);
         std::memcpy(to + at, &block, sizeof block);
-        nuls = _mm_or_si128(nuls, _mm_cmpeq_epi8(block, _mm_setzero_si128()));
+        smallest = _mm_min_epu8(smallest, block);
     };
-    for (std::size_t at = 0; at + block_size < size; at += block_size)
+    for (std::size_t at = 0; at + kBlock < size; at += kBlock)
         copy_block(at);
-    copy_block(size - block_size);
-    return _mm_movemask_epi8(nuls) == 0;
+    copy_block(size - kBlock);
+    return nuls_of(smallest) == 0;
 #else
     static_cast<void>(to);
     static_cast<void>(from);

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <ostream>
 #include <thread>
+#include <utility>
 
 #include "support.hpp"
 #include "wire.hpp"
@@ -366,20 +367,67 @@ TEST(WireString, OfEveryLengthIsNoneWithANulAtAnyOtherPlaceThanItsEnd)
         // What follows on the wire is no part of it.
         std::string wire = text(std::string(length, 'x')) + std::string(60, '\0');
         EXPECT_EQ(wire_string_size(wire.data(), wire.size()), length + 1) << length;
-        const std::size_t seen = short_wire_string_size(wire.data(), wire.size());
-        EXPECT_TRUE(seen == 0 || seen == length + 1) << length;
+        // Up to 256 bytes with the NUL are looked at quickly, where the processor can.
+#ifdef __SSE2__
+        constexpr std::size_t longest = 256;
+#else
+        constexpr std::size_t longest = kQuickString;
+#endif
+        EXPECT_EQ(quick_wire_string_size(wire.data(), wire.size()), length < longest ? length + 1 : 0)
+            << length;
         for (std::size_t at = 0; at < length; ++at) {
             wire[4 + at] = '\0';
             EXPECT_EQ(wire_string_size(wire.data(), wire.size()), 0U) << length << ", " << at;
-            EXPECT_EQ(short_wire_string_size(wire.data(), wire.size()), 0U) << length << ", " << at;
+            EXPECT_EQ(quick_wire_string_size(wire.data(), wire.size()), 0U) << length << ", " << at;
             wire[4 + at] = 'x';
         }
         const std::size_t all_but_its_nul = 4 + length;
         EXPECT_EQ(wire_string_size(wire.data(), all_but_its_nul), 0U) << length;
-        EXPECT_EQ(short_wire_string_size(wire.data(), all_but_its_nul), 0U) << length;
+        EXPECT_EQ(quick_wire_string_size(wire.data(), all_but_its_nul), 0U) << length;
         wire[4 + length] = 'x';
         EXPECT_EQ(wire_string_size(wire.data(), wire.size()), 0U) << length;
-        EXPECT_EQ(short_wire_string_size(wire.data(), wire.size()), 0U) << length;
+        EXPECT_EQ(quick_wire_string_size(wire.data(), wire.size()), 0U) << length;
+    }
+}
+
+TEST(WireString, OfEveryLengthIsLentAndCopiedOnlyWithItsNulAtItsEnd)
+{
+    const auto parcel_of = [](std::string_view wire) {
+        OwnedParcel parcel{Parcel::make()};
+        wire.copy(parcel->append(wire.size()), wire.size());
+        return parcel;
+    };
+    for (std::size_t length = 0; length < 300; ++length) {
+        const std::string value(length, 'x');
+        for (const std::size_t behind : {std::size_t{0}, std::size_t{60}}) {
+            std::string wire = text(value) + std::string(behind, '\0');
+            const char* lent = nullptr;
+            int lent_length = -1;
+            const OwnedParcel whole = parcel_of(wire);
+            ASSERT_EQ(qv_port_parcel_borrow_string(whole.get(), &lent, &lent_length), 0) << length;
+            EXPECT_EQ(std::string_view(lent, static_cast<std::size_t>(lent_length)), value);
+            EXPECT_EQ(lent, whole->payload() + 4);
+            EXPECT_EQ(whole->left(), behind);
+            char* copy = nullptr;
+            ASSERT_EQ(rpc_port_parcel_read_string(parcel_of(wire).get(), &copy), 0) << length;
+            EXPECT_EQ(copy, value);
+            std::free(copy);
+
+            // A NUL too early, in the middle and just before its end; and none at its end.
+            for (const std::size_t at : {std::size_t{0}, length / 2, length - 1, length}) {
+                if (at > length)
+                    continue;
+                const char before = std::exchange(wire[4 + at], at < length ? '\0' : 'x');
+                const OwnedParcel broken = parcel_of(wire);
+                EXPECT_EQ(qv_port_parcel_borrow_string(broken.get(), &lent, &lent_length),
+                          RPC_PORT_ERROR_IO_ERROR)
+                    << length << ", " << at;
+                EXPECT_STREQ(lent, "");
+                EXPECT_EQ(lent_length, 0);
+                EXPECT_TRUE(broken->failed());
+                wire[4 + at] = before;
+            }
+        }
     }
 }
 
@@ -388,8 +436,13 @@ TEST(WireString, ThatIsCopiedInBlocksIsWholeAndHasNoNul)
     for (std::size_t size = 0; size < 300; ++size) {
         std::string bytes(size, 'x');
         std::string copy(size, '?');
+        for (std::size_t i = 0; i < size; ++i)
+            bytes[i] = static_cast<char>('a' + i % 26);
         const bool is_copied = copy_short_text(copy.data(), bytes.data(), size);
         EXPECT_TRUE(!is_copied || copy == bytes) << size;
+#ifdef __SSE2__
+        EXPECT_EQ(is_copied, size >= 4 && size <= 256) << size;
+#endif
         for (char& byte : bytes) {
             byte = '\0';
             EXPECT_FALSE(copy_short_text(copy.data(), bytes.data(), size)) << size;
