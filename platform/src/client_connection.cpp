@@ -476,8 +476,13 @@ ClientConnection::Drain ClientConnection::drain_locked(const char*& fault)
 
 int ClientConnection::receive_callback(Parcel& parcel)
 {
-    if (state() == State::connecting || (!take_callback(parcel) && !await_callback(parcel)))
+    if (state() == State::connecting)
         return RPC_PORT_ERROR_IO_ERROR;
+    Deadline deadline{};
+    while (!take_callback(parcel)) {
+        if (!await_callback(deadline))
+            return RPC_PORT_ERROR_IO_ERROR;
+    }
     Capture::parcel(mark_, true, CaptureDirection::received, {parcel.payload(), parcel.size()});
     return RPC_PORT_ERROR_NONE;
 }
@@ -494,26 +499,24 @@ bool ClientConnection::take_callback(Parcel& parcel)
     return true;
 }
 
-// Apart, since whoever was told of a callback finds it there.
-[[gnu::noinline]] bool ClientConnection::await_callback(Parcel& parcel)
+// Apart, since whoever was told of a callback finds it there. The deadline counts from the first time.
+[[gnu::noinline]] bool ClientConnection::await_callback(Deadline& deadline)
 {
-    const Deadline deadline = Clock::now() + timing_.deadline;
-    do {
-        switch (drain()) {
-            case Drain::some:
-                break;
-            case Drain::over:
-                return false;
-            case Drain::nothing: {
-                pollfd waiting{callback_.get(), POLLIN, 0};
-                const int left = milliseconds_until(deadline);
-                if (state() != State::open || left == 0)
-                    return false;
-                poll(&waiting, 1, left);
-                break;
-            }
-        }
-    } while (!take_callback(parcel));
+    if (deadline == Deadline{})
+        deadline = Clock::now() + timing_.deadline;
+    switch (drain()) {
+        case Drain::some:
+            return true;
+        case Drain::over:
+            return false;
+        case Drain::nothing:
+            break;
+    }
+    pollfd waiting{callback_.get(), POLLIN, 0};
+    const int left = milliseconds_until(deadline);
+    if (state() != State::open || left == 0)
+        return false;
+    poll(&waiting, 1, left);
     return true;
 }
 

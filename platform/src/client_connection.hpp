@@ -90,7 +90,7 @@ private:
     Drain drain_locked(const char*& fault);
     int receive_callback(Parcel& parcel);
     bool take_callback(Parcel& parcel);
-    bool await_callback(Parcel& parcel);
+    bool await_callback(Deadline& deadline);
     int receive_answer(Parcel& parcel);
     int read_answer(Parcel& parcel, Deadline start, Deadline deadline, bool reads_on);
     Wait wait(short events, Deadline plainly_until, Deadline deadline);
