@@ -7,9 +7,6 @@
 
 #include "internal/log.hpp"
 
-// A platform may leave this function out; strings are then read one heap block each.
-#pragma weak qv_port_parcel_borrow_string
-
 namespace quorvel::proxy {
 
 namespace {
@@ -22,6 +19,7 @@ constexpr std::size_t aligned(std::size_t size)
 /// Stands behind the fields that a record's header shows.
 struct alignas(std::max_align_t) Tail {
     std::size_t text_size;  ///< of the vectors and texts that follow it in the record's own block
+    bool had_full_lists;    ///< when it was received: none of its lists was empty
 };
 
 /// The fields of an array, whatever its elements are.
@@ -108,9 +106,11 @@ void report_empty(const char* name, const CallSite& at)
     log_proxy(DLOG_WARN, at, PROXY_TEXT("%s is empty"), name);
 }
 
-/// Says of a record's empty lists what a copy of it would have said.
+/// Says of the empty lists of a record that has just been received what a copy of it would have said.
 void report_empty_lists(const RecordType& type, void* record, const CallSite& at)
 {
+    if (tail_of(type, record).had_full_lists)
+        return;
     for (const Field& field : type.fields) {
         if (field.kind == Kind::text_list && count_of(record, field) == 0)
             report_empty(field.name, CallSite{at.source, at.line, type.clone_name});
@@ -490,6 +490,8 @@ private:
         const std::ptrdiff_t distance = place_texts(reinterpret_cast<char*>(vector) + vector_size_);
         const char* const* text = texts_;
         const auto placed = [distance](const char* lent) { return const_cast<char*>(lent) + distance; };
+        bool& had_full_lists = tail_of(type_, record).had_full_lists;
+        had_full_lists = fields_read_ == type_.fields.size();
 
         for (std::size_t i = 0; i < fields_read_; ++i) {
             const Field& field = type_.fields[i];
@@ -504,8 +506,10 @@ private:
                     bundle_of(record, field) = values_[i].bundle_data;
                     break;
                 case Kind::text_list:
-                    if (values_[i].number == 0)
+                    if (values_[i].number == 0) {
+                        had_full_lists = false;
                         break;
+                    }
                     list_of(record, field) = vector;
                     count_of(record, field) = values_[i].number;
                     vector = std::transform(text, text + values_[i].number, vector, placed);

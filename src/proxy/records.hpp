@@ -8,6 +8,9 @@
 
 #include "internal/call_site.hpp"
 
+// A platform may leave this function out; strings are then read one heap block each.
+#pragma weak qv_port_parcel_borrow_string
+
 /// Records and arrays: the values with a structure that cross the port.
 ///
 /// A record's fields are data (RecordType), and every operation is written once over them. A record begins

@@ -209,6 +209,23 @@ TEST_F(DeviceDetailList, AsksWhetherTheAgentIsCachingAndThenForTheList)
     EXPECT_THAT(log(), HasLine(flag_line(1)));
 }
 
+TEST_F(DeviceDetailList, WarnsOfEachListThatIsEmptyForItsDevicesAreHandedOutAsCopies)
+{
+    agent().answer_next_with(0, {flag(false)});
+    agent().answer_next_with(
+        0, {list_of<DetailValues>(
+                {{.id = "lamp"}, {.id = "fan", .types = {"fan"}, .uris = {"/power"}}, all_different}),
+            i32(0)});
+    EXPECT_EQ(get(), 0);
+    ASSERT_EQ(details_.count(), 3);
+    const auto warning = [](const char* list) {
+        return scripted::proxy_warning("rpc_port_device_detail_s_clone", std::string{list} + " is empty");
+    };
+    EXPECT_THAT(log(), HasLineTimes(warning("device_type"), 1));
+    EXPECT_THAT(log(), HasLineTimes(warning("observable_resource_uris"), 2));
+    EXPECT_THAT(log(), HasLineTimes(warning("resource_uris"), 1));
+}
+
 TEST_F(DeviceDetailList, IsAskedForAlsoWhenTheQuestionIsRefusedAndTheFlagKeepsItsValue)
 {
     agent().answer_next_with(-28, {flag(true)});
