@@ -6,8 +6,6 @@
 #include "internal/log.hpp"
 #include "proxy/connection.hpp"
 
-#pragma weak qv_port_parcel_borrow_string
-
 namespace quorvel::proxy {
 
 namespace {
@@ -35,22 +33,6 @@ void unlist_everywhere(Delegate& delegate)
         unlist(*listing);
 }
 
-void release_memory(Delegate* delegate)
-{
-    if (delegate->release_kept != nullptr)
-        delegate->release_kept(delegate->kept);
-    for (Listing* extra = delegate->listing.next; extra != nullptr;)
-        std::free(std::exchange(extra, extra->next));
-    delegate->~Delegate();
-    std::free(delegate);
-}
-
-void drop_reference(Delegate* delegate)
-{
-    if (delegate->references.fetch_sub(1, std::memory_order_acq_rel) == 1)
-        release_memory(delegate);
-}
-
 /// Ends a delegate's life, once. With locks::delegates held; the caller drops the reference after it has let
 /// go of it.
 bool end_life(Delegate& delegate)
@@ -76,8 +58,9 @@ Listing*& DelegateIndex::bucket(int id, int seq_id) const
 {
     if (buckets_ == nullptr)
         return overflow_;
+    // The numbers of each kind count up from 1.
     const auto hash =
-        static_cast<std::size_t>(static_cast<unsigned>(seq_id)) * 38U + static_cast<std::size_t>(id);
+        static_cast<std::size_t>(static_cast<unsigned>(seq_id) + static_cast<unsigned>(id) * 33U);
     return buckets_[hash & (bucket_count_ - 1)];
 }
 
@@ -152,17 +135,14 @@ void DelegateIndex::grow()
     std::free(old);
 }
 
-void DelegateRef::hold() noexcept
+void release_memory(Delegate* delegate)
 {
-    if (delegate_ != nullptr)
-        delegate_->references.fetch_add(1, std::memory_order_relaxed);
-}
-
-void DelegateRef::drop() noexcept
-{
-    if (delegate_ != nullptr)
-        // NOLINTNEXTLINE(clang-analyzer-unix.Malloc): counted, which the analyzer does not follow.
-        drop_reference(delegate_);
+    if (delegate->release_kept != nullptr)
+        delegate->release_kept(delegate->kept);
+    for (Listing* extra = delegate->listing.next; extra != nullptr;)
+        std::free(std::exchange(extra, extra->next));
+    delegate->~Delegate();
+    std::free(delegate);
 }
 
 void* create_delegate_object(const DelegateType& type, void (*callback)(), bool once, void* user_data,
@@ -372,21 +352,22 @@ void end_delegates(Proxy& proxy)
     }
 }
 
-Firing::Firing(const Listed& listed, int id, int seq_id, const CallSite& at) : listed_{listed}, at_{at}
+Firing::Picked Firing::pick(const Listed& listed, int id, int seq_id)
 {
-    {
-        const std::lock_guard lock{locks::delegates};
-        Delegate* const found =
-            listed.proxy != nullptr ? listed.proxy->index.find(id, seq_id) : find_in(listed.list, id, seq_id);
-        if (found == nullptr || found->ended || found->fired)
-            return;
-        delegate_ = DelegateRef{found};
-        found->fired = found->once;
-        callback_ = found->callback;
-        user_data_ = found->user_data;
-        once_ = found->once;
-    }
-    log_proxy(DLOG_WARN, at, PROXY_TEXT("Invoke id(%d), seq_id(%d)"), id, seq_id);
+    const std::lock_guard lock{locks::delegates};
+    Delegate* const found =
+        listed.proxy != nullptr ? listed.proxy->index.find(id, seq_id) : find_in(listed.list, id, seq_id);
+    if (found == nullptr || found->ended || found->fired)
+        return {};
+    found->fired = found->once;
+    return {DelegateRef{found}, found->callback, found->user_data, found->once};
+}
+
+Firing::Firing(const Listed& listed, int id, int seq_id, const CallSite& at)
+    : listed_{listed}, at_{at}, picked_{pick(listed, id, seq_id)}
+{
+    if (*this)
+        log_proxy(DLOG_WARN, at, PROXY_TEXT("Invoke id(%d), seq_id(%d)"), id, seq_id);
 }
 
 void Firing::end_once()
@@ -394,27 +375,22 @@ void Firing::end_once()
     bool lived = false;
     {
         const std::lock_guard lock{locks::delegates};
-        if (listed_.proxy == nullptr && !delegate_->ended && delegate_->listing.proxy == nullptr)
-            *listed_.list = g_list_remove(*listed_.list, delegate_.get());
-        lived = end_life(*delegate_.get());
+        if (listed_.proxy == nullptr && !picked_.delegate->ended
+            && picked_.delegate->listing.proxy == nullptr)
+            *listed_.list = g_list_remove(*listed_.list, picked_.delegate.get());
+        lived = end_life(*picked_.delegate.get());
     }
     if (!lived)
         return;
     log_proxy(DLOG_WARN, at_, PROXY_TEXT("Dispose"));
-    drop_reference(delegate_.get());
+    drop_reference(picked_.delegate.get());
 }
 
-Text::Text(Incoming& from)
+char* Text::copy_of_next(rpc_port_parcel_h parcel)
 {
-    int length = 0;
-    if (from.is_broken_off)
-        return;
-    if (qv_port_parcel_borrow_string != nullptr) {
-        qv_port_parcel_borrow_string(from.parcel, &value_, &length);
-        return;
-    }
-    rpc_port_parcel_read_string(from.parcel, &copy_);
-    value_ = copy_;
+    char* copy = nullptr;
+    rpc_port_parcel_read_string(parcel, &copy);
+    return copy;
 }
 
 void Text::wipe_copy()

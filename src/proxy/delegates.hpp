@@ -107,6 +107,14 @@ struct Listed {
     Proxy* proxy = nullptr;
 };
 
+void release_memory(Delegate* delegate);
+
+inline void drop_reference(Delegate* delegate)
+{
+    if (delegate->references.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        release_memory(delegate);
+}
+
 /// A counted hold on a delegate.
 class DelegateRef {
 public:
@@ -126,8 +134,17 @@ public:
     Delegate* get() const noexcept { return delegate_; }
 
 private:
-    void hold() noexcept;
-    void drop() noexcept;
+    void hold() noexcept
+    {
+        if (delegate_ != nullptr)
+            delegate_->references.fetch_add(1, std::memory_order_relaxed);
+    }
+    void drop() noexcept
+    {
+        if (delegate_ != nullptr)
+            // NOLINTNEXTLINE(clang-analyzer-unix.Malloc): counted, which the analyzer does not follow.
+            drop_reference(delegate_);
+    }
 
     Delegate* delegate_ = nullptr;
 };
@@ -189,31 +206,37 @@ public:
     // Also on the way of an exception that an application's callback threw.
     ~Firing()
     {
-        if (once_)
+        if (picked_.once)
             end_once();
     }
     Firing(const Firing&) = delete;
     Firing& operator=(const Firing&) = delete;
 
-    explicit operator bool() const noexcept { return static_cast<bool>(delegate_); }
+    explicit operator bool() const noexcept { return static_cast<bool>(picked_.delegate); }
 
     template <typename... Parameters>
     void call(Parameters... parameters) const
     {
         using Callback = void (*)(void*, Parameters...);
-        if (callback_ != nullptr)
-            reinterpret_cast<Callback>(callback_)(user_data_, parameters...);
+        if (picked_.callback != nullptr)
+            reinterpret_cast<Callback>(picked_.callback)(picked_.user_data, parameters...);
     }
 
 private:
+    /// What is called, as it was when it was found.
+    struct Picked {
+        DelegateRef delegate;
+        void (*callback)();
+        void* user_data;
+        bool once;
+    };
+
+    static Picked pick(const Listed& listed, int id, int seq_id);
     void end_once();
 
     const Listed& listed_;
     const CallSite& at_;
-    DelegateRef delegate_;
-    void (*callback_)() = nullptr;
-    void* user_data_ = nullptr;
-    bool once_ = false;
+    const Picked picked_;
 };
 
 // The parameters of a delegate, each read from the parcel and released after the call.
@@ -261,7 +284,17 @@ private:
 /// A text where it lies in the parcel, or, where the platform cannot lend it, a copy that is wiped.
 class Text {
 public:
-    explicit Text(Incoming& from);
+    explicit Text(const Incoming& from)
+    {
+        if (from.is_broken_off)
+            return;
+        if (qv_port_parcel_borrow_string != nullptr) {
+            int length = 0;
+            qv_port_parcel_borrow_string(from.parcel, &value_, &length);
+        } else {
+            value_ = copy_ = copy_of_next(from.parcel);
+        }
+    }
     ~Text()
     {
         if (copy_ != nullptr)
@@ -272,6 +305,7 @@ public:
     const char* value() const { return value_; }
 
 private:
+    static char* copy_of_next(rpc_port_parcel_h parcel);
     void wipe_copy();
 
     const char* value_ = nullptr;
