@@ -92,7 +92,7 @@ static void __qv_client_connected(const char* endpoint, const char* name, rpc_po
     if (!proxy)
         return;
     rpc_port_h callback_port = nullptr;
-    rpc_port_proxy_get_port(proxy->proxy, RPC_PORT_PORT_CALLBACK, &callback_port);
+    rpc_port_proxy_get_port(proxy->port_proxy(), RPC_PORT_PORT_CALLBACK, &callback_port);
     proxy->callback_port = callback_port;
     proxy->set_main_port(port);
     if (proxy->callback.connected != nullptr)
@@ -125,11 +125,11 @@ static void __qv_client_rejected(const char* endpoint, const char* name, void* u
 static void __qv_client_received(const char* endpoint, const char* name, void* user_data)
 {
     constexpr int callback_command = 1;
+    static constexpr CallSite at = CallSite::here();
 
     const Event proxy{user_data};
     if (!proxy)
         return;
-    const CallSite at = CallSite::here();
     rpc_port_parcel_h parcel = nullptr;
     if (rpc_port_parcel_create_from_port(&parcel, proxy->callback_port) != 0 || parcel == nullptr) {
         log_proxy(DLOG_ERROR, at, PROXY_TEXT("Failed to create parcel from port(%s)"), shown(name));
@@ -176,9 +176,8 @@ void shut_down(Proxy& proxy)
     remove_live(proxy);
     end_delegates(proxy);
     // Whoever is blocked in a read of this port is woken and gets no parcel.
-    if (proxy.proxy != nullptr)
-        rpc_port_proxy_destroy(proxy.proxy);
-    proxy.proxy = nullptr;
+    if (rpc_port_proxy_h port_proxy = proxy.take_port_proxy(); port_proxy != nullptr)
+        rpc_port_proxy_destroy(port_proxy);
     proxy.set_main_port(nullptr);
     proxy.retire();
 }

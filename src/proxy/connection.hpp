@@ -72,6 +72,12 @@ struct Proxy : rpc_port_proxy_qv_client_s, Retired {
     /// Read by calls while the loop thread sets it.
     rpc_port_h main_port() const noexcept { return __atomic_load_n(&port, __ATOMIC_ACQUIRE); }
     void set_main_port(rpc_port_h new_port) noexcept { __atomic_store_n(&port, new_port, __ATOMIC_RELEASE); }
+    /// Read by an event while another thread destroys the proxy.
+    rpc_port_proxy_h port_proxy() const noexcept { return __atomic_load_n(&proxy, __ATOMIC_ACQUIRE); }
+    rpc_port_proxy_h take_port_proxy() noexcept
+    {
+        return __atomic_exchange_n(&proxy, nullptr, __ATOMIC_ACQ_REL);
+    }
     void drop() noexcept;
 
     std::atomic<unsigned> references{1};
