@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstring>
 #include <new>
+#include <thread>
 
 #include "fork.hpp"
 #include "guard.hpp"
@@ -30,6 +31,21 @@ constexpr auto kQuickSuccession = 3ms;  // between requests that make waiting wo
 constexpr auto kCrowdMemory = 20ms;     // after another client was heard
 constexpr auto kAcceptPause = 100ms;    // when there are no descriptors left
 constexpr std::size_t kLongestIntroduction = 1024;
+constexpr auto kPatienceWithTheDying = 1s;
+
+// Whoever holds the lock beside a socket is the agent, and a socket found there otherwise is a dead one's. An
+// agent that dies may lose its socket first, and somebody who was connected to it may start the next before
+// the lock is gone.
+Descriptor take_over(const std::string& path)
+{
+    const Deadline patience = Clock::now() + kPatienceWithTheDying;
+    Descriptor lock = lock_file(path + ".lock");
+    while (!lock && reach(path).result == Reach::absent && Clock::now() < patience) {
+        std::this_thread::sleep_for(1ms);
+        lock = lock_file(path + ".lock");
+    }
+    return lock;
+}
 
 }  // namespace
 
@@ -49,8 +65,7 @@ int Stub::listen(const Ref<Stub>& self)
     const std::optional<std::string> path = socket_path(own_app_id(), port_name_);
     if (!path || !secure_directory(socket_directory()))
         return RPC_PORT_ERROR_PERMISSION_DENIED;
-    // Whoever holds the lock is the agent, and a socket found there is a dead one's.
-    listen_lock_ = lock_file(*path + ".lock");
+    listen_lock_ = take_over(*path);
     if (!listen_lock_) {
         QV_LOG(DLOG_ERROR, "port %s is taken: another process listens on %s", port_name_.c_str(),
                path->c_str());

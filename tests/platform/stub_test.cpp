@@ -1,5 +1,8 @@
 // The agent's end, mostly against a client made of bare sockets.
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <atomic>
@@ -56,6 +59,53 @@ protected:
     ScopedVariable queue_{"QUORVEL_AGENT_QUEUE_BYTES", "1048576"};
     Agent agent_;
 };
+
+// Before an agent listens: who else holds the lock beside its socket.
+class ListeningTest : public testing::Test {
+protected:
+    ListeningTest() { mkdir((home_.path() + "/run").c_str(), 0700); }
+
+    Descriptor take_lock() const
+    {
+        Descriptor lock{open((home_.socket() + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)};
+        EXPECT_EQ(flock(lock.get(), LOCK_EX | LOCK_NB), 0);
+        return lock;
+    }
+    std::chrono::nanoseconds since_begin() const { return Clock::now() - begin_; }
+
+    Home home_;
+    Agent agent_;
+    Clock::time_point begin_ = Clock::now();
+};
+
+TEST_F(ListeningTest, WaitsForAPredecessorThatLostItsSocketButNotYetItsLock)
+{
+    Descriptor lock = take_lock();
+    std::thread dying{[&lock] {
+        std::this_thread::sleep_for(100ms);
+        lock.reset();
+    }};
+    EXPECT_EQ(agent_.listen(), 0);
+    EXPECT_GE(since_begin(), 100ms);
+    dying.join();
+}
+
+TEST_F(ListeningTest, GivesUpOnAPredecessorThatKeepsTheLock)
+{
+    const Descriptor lock = take_lock();
+    EXPECT_EQ(agent_.listen(), RPC_PORT_ERROR_IO_ERROR);
+    EXPECT_GE(since_begin(), 1s);
+    EXPECT_LT(since_begin(), 5s);
+}
+
+TEST_F(ListeningTest, DoesNotWaitForAnAgentThatListens)
+{
+    EXPECT_EQ(agent_.listen(), 0);
+    Agent other;
+    begin_ = Clock::now();
+    EXPECT_EQ(other.listen(), RPC_PORT_ERROR_IO_ERROR);
+    EXPECT_LT(since_begin(), 500ms);
+}
 
 TEST_F(StubTest, AnswersRequestsInTheirOrder)
 {
