@@ -59,8 +59,7 @@ Listing*& DelegateIndex::bucket(int id, int seq_id) const
     if (buckets_ == nullptr)
         return overflow_;
     // The numbers of each kind count up from 1.
-    const auto hash =
-        static_cast<std::size_t>(static_cast<unsigned>(seq_id) + static_cast<unsigned>(id) * 33U);
+    const unsigned hash = static_cast<unsigned>(seq_id) + static_cast<unsigned>(id) * 33U;
     return buckets_[hash & (bucket_count_ - 1)];
 }
 
