@@ -49,6 +49,11 @@ struct Method {
                          int which = -1) const = 0;
 };
 
+std::ostream& operator<<(std::ostream& out, const Method& method)
+{
+    return out << method.name;
+}
+
 template <typename Return, typename Parameters, typename Reply>
 class MethodOf;
 
