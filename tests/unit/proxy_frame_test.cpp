@@ -129,6 +129,11 @@ struct Registration {
     int place;
 };
 
+std::ostream& operator<<(std::ostream& out, const Registration& registration)
+{
+    return out << registration.event;
+}
+
 class EveryRegistration : public ProxyCreation, public testing::WithParamInterface<Registration> {
 protected:
     static std::string function(const char* event)
