@@ -236,23 +236,55 @@ TEST_F(AgentCheck, ReadsTheVersionAgainOnlyWhenForcedAndFailsThenWhenItCannot)
 }
 
 // Each in a process of its own, since the first number stays.
-class AgentVersion : public Scripted, public testing::WithParamInterface<std::pair<const char*, bool>> {};
+class AgentVersion : public Scripted, public testing::WithParamInterface<std::pair<const char*, int>> {};
 
-TEST_P(AgentVersion, IsReadWithoutOverflowAndComparedWith1_0)
+TEST_P(AgentVersion, IsReadWithoutOverflow)
 {
-    const auto& [version, is_enough] = GetParam();
+    const auto& [version, number] = GetParam();
     agent().install(version);
-    EXPECT_EQ(check_agent(1, 0, false), is_enough ? 0 : lower_version) << version;
+    EXPECT_EQ(check_agent(0, number, false), 0) << version;
+    const int above = number < 0 ? check_agent(0, number + 1, false) : check_agent(1, number - 99, false);
+    EXPECT_EQ(above, lower_version) << version;
 }
 
+INSTANTIATE_TEST_SUITE_P(OfTwoFields, AgentVersion,
+                         testing::Values(std::pair{"1.0", 100}, std::pair{"1.0.0.0", 100},
+                                         std::pair{"01.00", 100}, std::pair{"2.3", 203},
+                                         std::pair{"2.3.15", 203}, std::pair{"2.3.15.1", 203},
+                                         std::pair{"08.09", 809}, std::pair{"0.0", 0}, std::pair{"00.00", 0},
+                                         std::pair{"0.1", 1}, std::pair{"0.99", 99}, std::pair{"0.100", 100},
+                                         std::pair{"1.10", 110}, std::pair{"1.100", 200},
+                                         std::pair{"10.0", 1000}, std::pair{"99.99", 9999},
+                                         std::pair{"100.1", 10001}));
+
+// A field is what strtol reads of it.
 INSTANTIATE_TEST_SUITE_P(
-    Texts, AgentVersion,
-    testing::Values(std::pair{"1.0", true}, std::pair{"1.0.0.0", true}, std::pair{"01.00", true},
-                    std::pair{"2.x", true}, std::pair{"0.99", false}, std::pair{"0.100", true},
-                    std::pair{"", false}, std::pair{".", false}, std::pair{"x.y", false},
-                    std::pair{"-1.5", false}, std::pair{"2147483647.0", true},
-                    std::pair{"2147483647.2147483647", true}, std::pair{"-2147483648.0", false},
-                    std::pair{"99999999999999999999.0", false}, std::pair{"0.99999999999999999999", false}));
+    OfMoreThanDigits, AgentVersion,
+    testing::Values(std::pair{"2.x", 200}, std::pair{"x.y", 0}, std::pair{"v2.4", 4}, std::pair{"0x2.4", 4},
+                    std::pair{"2.0x4", 200}, std::pair{"2e1.4", 204}, std::pair{"2.3-rc1", 203},
+                    std::pair{"2.3 beta", 203}, std::pair{"1.0junk.9", 100}, std::pair{" 2.4", 204},
+                    std::pair{"2. 4", 204}, std::pair{"\t2.4", 204}, std::pair{"2.4\n", 204},
+                    std::pair{"+2.4", 204}, std::pair{"2.+4", 204}, std::pair{"2.-4", 196},
+                    std::pair{"-2.-4", -204}, std::pair{"-1.5", -95}, std::pair{"0.-1", -1},
+                    std::pair{"\xd9\xa2.4", 4}));
+
+INSTANTIATE_TEST_SUITE_P(OfFewerFields, AgentVersion,
+                         testing::Values(std::pair{"", 0}, std::pair{".", 0}, std::pair{"1", 0},
+                                         std::pair{"1.", 0}, std::pair{"2,4", 0}));
+
+// What is too long for a long is the longest, whose lower half is -1; of what is too long for an int the
+// lower half counts; and a number that is too large is the largest.
+INSTANTIATE_TEST_SUITE_P(
+    OfLongFields, AgentVersion,
+    testing::Values(std::pair{"2147483647.0", INT_MAX}, std::pair{"2147483647.2147483647", INT_MAX},
+                    std::pair{"-2147483648.0", INT_MIN}, std::pair{"99999999999999999999.0", -100},
+                    std::pair{"0.99999999999999999999", -1}, std::pair{"21474836.47", INT_MAX},
+                    std::pair{"21474836.48", INT_MAX}, std::pair{"-21474836.-48", INT_MIN},
+                    std::pair{"-21474836.-49", INT_MIN}, std::pair{"4294967296.7", 7},
+                    std::pair{"4294967297.0", 100}, std::pair{"2147483648.0", INT_MIN},
+                    std::pair{"0.2147483648", INT_MIN}, std::pair{"9223372036854775807.1", -99},
+                    std::pair{"9223372036854775808.1", -99}, std::pair{"-9223372036854775808.3", 3},
+                    std::pair{"-99999999999999999999.3", 3}, std::pair{"0.4294967295", -1}));
 
 TEST_F(AgentCheck, PreconditionLogsTheFailureOfTheAgentOnceMore)
 {
