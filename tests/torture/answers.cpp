@@ -144,26 +144,37 @@ void answer_everything()
     agent().on_request([](const Sent& request) -> std::optional<Values> { return good_answer(request); });
 }
 
+Values refusal(const Sent& request)
+{
+    return answer(request, QUORVEL_CLIENT_ERROR_PERMISSION_DENIED);
+}
+
 void refuse_everything()
 {
-    agent().on_request([](const Sent& request) -> std::optional<Values> {
-        return answer(request, QUORVEL_CLIENT_ERROR_PERMISSION_DENIED);
-    });
+    agent().on_request([](const Sent& request) -> std::optional<Values> { return refusal(request); });
+}
+
+std::optional<SentDelegate> delegate_of(const Sent& request)
+{
+    const auto* const method = method_of(request);
+    const std::size_t size = request.size();
+    if (method == nullptr || method->ins.empty() || method->ins.back().type.kind != Kind::delegate
+        || size <= 3)
+        return std::nullopt;
+    const auto* const id = std::get_if<Int32>(&request[size - 3]);
+    const auto* const seq_id = std::get_if<Int32>(&request[size - 2]);
+    const auto* const once = std::get_if<Flag>(&request[size - 1]);
+    if (id == nullptr || seq_id == nullptr || once == nullptr)
+        return std::nullopt;
+    return SentDelegate{id->value, seq_id->value, once->value};
 }
 
 std::vector<SentDelegate> sent_delegates()
 {
     std::vector<SentDelegate> sent;
     for (const Sent& request : agent().requests()) {
-        const auto* const method = method_of(request);
-        if (method == nullptr || method->ins.empty() || method->ins.back().type.kind != Kind::delegate)
-            continue;
-        const std::size_t size = request.size();
-        const auto* const id = size > 3 ? std::get_if<Int32>(&request[size - 3]) : nullptr;
-        const auto* const seq_id = size > 3 ? std::get_if<Int32>(&request[size - 2]) : nullptr;
-        const auto* const once = size > 3 ? std::get_if<Flag>(&request[size - 1]) : nullptr;
-        if (id != nullptr && seq_id != nullptr && once != nullptr)
-            sent.push_back({id->value, seq_id->value, once->value});
+        if (const auto delegate = delegate_of(request))
+            sent.push_back(*delegate);
     }
     return sent;
 }

@@ -30,22 +30,6 @@ void call(std::string_view name)
         Attempt{row_of(name), client}.run();
 }
 
-/// What ends a registration; unsubscribing where there is nothing better.
-std::string_view ending_of(const Row& beginning)
-{
-    for (const Row& row : rows()) {
-        std::string name{row.name};
-        for (const auto& [end, begin] :
-             {std::pair{"_unset_", "_set_"}, std::pair{"_stop_monitoring_", "_start_monitoring_"}}) {
-            const std::size_t at = name.find(end);
-            if (at != std::string::npos
-                && name.replace(at, std::string_view{end}.size(), begin) == beginning.name)
-                return row.name;
-        }
-    }
-    return "quorvel_client_unsubscribe";
-}
-
 struct Action {
     const char* name;
     std::function<void(const Row* registration, const SentDelegate& delegate)> run;
@@ -94,8 +78,7 @@ Finding cell(const std::function<Finding()>& once)
         finding = once();
     const Held at_last = held();
     if (finding.empty() && at_last != at_first)
-        finding = "blocks at first " + std::to_string(at_first.blocks) + ", at last "
-                  + std::to_string(at_last.blocks);
+        finding = difference(at_first, at_last);
     return finding;
 }
 

@@ -7,6 +7,7 @@
 #define QUORVEL_TESTS_TORTURE_GOOD_CALLS_HPP
 
 #include <memory>
+#include <optional>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -40,6 +41,7 @@ void answer_everything();
 /// The same, but each answer says that it is refused: with the values that a good one has.
 void refuse_everything();
 scripted::Values good_answer(const scripted::Sent& request);
+scripted::Values refusal(const scripted::Sent& request);
 
 /// The delegate that came with a request.
 struct SentDelegate {
@@ -47,6 +49,7 @@ struct SentDelegate {
     int seq_id = 0;
     bool once = false;
 };
+std::optional<SentDelegate> delegate_of(const scripted::Sent& request);
 /// Those of all requests that brought one, in their order.
 std::vector<SentDelegate> sent_delegates();
 /// Its callback, with good parameters.

@@ -36,7 +36,18 @@ int entries_of(const char* directory)
     return count;
 }
 
+std::string told(const Held& held)
+{
+    return std::to_string(held.blocks) + " blocks, " + std::to_string(held.bytes) + " bytes, "
+           + std::to_string(held.descriptors) + " descriptors, " + std::to_string(held.threads) + " threads";
+}
+
 }  // namespace
+
+std::string difference(const Held& at_first, const Held& at_last)
+{
+    return "held at first " + told(at_first) + ", at last " + told(at_last);
+}
 
 Held held()
 {

@@ -7,6 +7,7 @@
 #define QUORVEL_TESTS_TORTURE_LIVE_HPP
 
 #include <cstdlib>
+#include <string>
 
 namespace torture {
 
@@ -26,6 +27,8 @@ struct Held {
 };
 
 Held held();
+/// In words, for a finding.
+std::string difference(const Held& at_first, const Held& at_last);
 /// Whether memory is counted in this build.
 extern const bool counts_memory;
 

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
-#include <sstream>
 #include <thread>
 #include <tuple>
 
@@ -43,14 +42,6 @@ constexpr std::string_view setup_begin = "quorvel_client_easy_setup_initialize";
 bool wants_setup(std::string_view name)
 {
     return name.starts_with("quorvel_client_easy_setup_start");
-}
-
-std::string told(const Held& held)
-{
-    std::ostringstream text;
-    text << held.blocks << " blocks, " << held.bytes << " bytes, " << held.descriptors << " descriptors, "
-         << held.threads << " threads";
-    return text.str();
 }
 
 /// What a case found; the first finding counts.
@@ -137,6 +128,15 @@ bool must_tell(const Row& row, int code)
 }
 
 }  // namespace
+
+std::string_view ending_of(const Row& beginning)
+{
+    for (const Row& row : rows()) {
+        if (row.takes_client && beginning_of(row.name) == beginning.name)
+            return row.name;
+    }
+    return "quorvel_client_unsubscribe";
+}
 
 std::vector<Scenario> scenarios()
 {
@@ -269,7 +269,7 @@ Finding run(const Scenario& scenario, const std::function<void()>& arm, const st
         findings.require(false, misuse);
     scripted::reset();
     const Held at_last = held();
-    findings.require(at_first == at_last, "held at first " + told(at_first) + ", at last " + told(at_last));
+    findings.require(at_first == at_last, difference(at_first, at_last));
     return findings.first();
 }
 

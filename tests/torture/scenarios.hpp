@@ -3,6 +3,7 @@
 #define QUORVEL_TESTS_TORTURE_SCENARIOS_HPP
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "good_calls.hpp"
@@ -26,6 +27,9 @@ struct Scenario {
 /// Every function; every registration a second time; every callback of every function that takes one; and the
 /// connection's own events.
 std::vector<Scenario> scenarios();
+
+/// What ends a registration; unsubscribing where there is nothing better.
+std::string_view ending_of(const Row& beginning);
 
 /// Runs a scenario: from no connection to no connection. The fault is there between `arm` and `disarm`.
 /// Where nothing fails the call has to go well.
