@@ -6,7 +6,6 @@
 #include <map>
 #include <set>
 
-#include "live.hpp"
 #include "scenarios.hpp"
 
 using namespace torture;
@@ -69,19 +68,6 @@ void act_once(const Action& action, const Row* registration, const SentDelegate&
     };
 }
 
-Finding cell(const std::function<Finding()>& once)
-{
-    // The first time makes what the process keeps.
-    Finding finding = once();
-    const Held at_first = held();
-    for (int i = 1; i < repetitions && finding.empty(); ++i)
-        finding = once();
-    const Held at_last = held();
-    if (finding.empty() && at_last != at_first)
-        finding = difference(at_first, at_last);
-    return finding;
-}
-
 /// A callback of one that a public function registers.
 Finding registered(const Scenario& scenario, const Action& action)
 {
@@ -108,11 +94,6 @@ Finding registered(const Scenario& scenario, const Action& action)
     if (client != nullptr && !ordinary_call_works(client))
         finding = "an ordinary call fails afterwards";
     disconnect();
-    if (scripted::live() != scripted::Live{})
-        finding = "objects of the platform are left alive";
-    for (const std::string& misuse : scripted::misuses())
-        finding = misuse;
-    scripted::reset();
     return finding;
 }
 
@@ -148,7 +129,6 @@ Finding dispatched(const Known& known, const Action& action)
         known.destroy(delegate);
     g_list_free(list);
     disconnect();
-    scripted::reset();
     return ears().heard > heard_before ? Finding{} : "the callback was not called";
 }
 
@@ -169,7 +149,7 @@ int main(int argc, char** argv)
                 name + "/" + action.name,
                 [&] {
                     proof.did(repetitions);
-                    return cell([&] { return once(action); });
+                    return repeated(repetitions, [&] { return once(action); });
                 },
                 120);
             ++cells;
@@ -182,7 +162,7 @@ int main(int argc, char** argv)
         proof.check_always(scenario.name + "/none", [&] {
             const Action none{"none",
                               [&](const Row*, const SentDelegate& delegate) { kind.value() = delegate.id; }};
-            return registered(scenario, none);
+            return repeated(1, [&] { return registered(scenario, none); });
         });
         kinds.insert(kind.value());
         each_action(scenario.name, [&](const Action& action) { return registered(scenario, action); });

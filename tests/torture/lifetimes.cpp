@@ -66,36 +66,6 @@ std::vector<Rows> registrations(bool once)
     return found;
 }
 
-/// Lets something happen again and again, which must leave nothing behind. The first time makes what the
-/// process keeps.
-template <typename Once>
-Finding repeated(long times, Once once)
-{
-    const int threads = held().threads;
-    Held at_first;
-    Held at_last;
-    for (long i = 0; i < times; ++i) {
-        scripted::keep_log(false);
-        Finding finding = once();
-        if (finding.empty() && scripted::live() != scripted::Live{})
-            finding = "objects of the platform are left alive";
-        for (const std::string& misuse : scripted::misuses())
-            finding = misuse;
-        if (!finding.empty())
-            return finding + ", at time " + std::to_string(i + 1);
-        scripted::reset();
-        at_last = held();
-        // A thread that has ended is listed for a moment longer.
-        for (int waited = 0; waited < 1'000 && at_last.threads > threads; ++waited) {
-            std::this_thread::sleep_for(1ms);
-            at_last = held();
-        }
-        if (i == 0)
-            at_first = at_last;
-    }
-    return at_last == at_first ? Finding{} : difference(at_first, at_last);
-}
-
 /// A registration's slot outlives its connection, and the ending of it. It then names a delegate that is
 /// gone, whose address another kind's may get: that one must go on to be heard.
 Finding stale_slots_take_nothing_away(long rounds, unsigned seed)

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <thread>
@@ -271,6 +272,33 @@ Finding run(const Scenario& scenario, const std::function<void()>& arm, const st
     const Held at_last = held();
     findings.require(at_first == at_last, difference(at_first, at_last));
     return findings.first();
+}
+
+Finding repeated(long times, const std::function<Finding()>& once)
+{
+    const int threads = held().threads;
+    Held at_first;
+    Held at_last;
+    for (long i = 0; i < times; ++i) {
+        scripted::keep_log(false);
+        Finding finding = once();
+        if (finding.empty() && scripted::live() != scripted::Live{})
+            finding = "objects of the platform are left alive";
+        for (const std::string& misuse : scripted::misuses())
+            finding = misuse;
+        if (!finding.empty())
+            return finding + ", at time " + std::to_string(i + 1);
+        scripted::reset();
+        at_last = held();
+        // A thread that has ended is listed for a moment longer.
+        for (int waited = 0; waited < 1'000 && at_last.threads > threads; ++waited) {
+            std::this_thread::sleep_for(std::chrono::milliseconds{1});
+            at_last = held();
+        }
+        if (i == 0)
+            at_first = at_last;
+    }
+    return at_last == at_first ? Finding{} : difference(at_first, at_last);
 }
 
 void warm_up()

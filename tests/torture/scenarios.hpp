@@ -36,6 +36,10 @@ std::string_view ending_of(const Row& beginning);
 Finding run(const Scenario& scenario, const std::function<void()>& arm, const std::function<void()>& disarm,
             bool must_succeed = false);
 
+/// Lets something happen again and again, which must leave nothing behind. The first time makes what the
+/// process keeps.
+Finding repeated(long times, const std::function<Finding()>& once);
+
 /// To be called once before cases are forked: what the process makes once and keeps is there then.
 void warm_up();
 
