@@ -119,6 +119,18 @@ bool is_silent_without_memory(std::string_view name)
            || name == "quorvel_core_get_favorite_migration_status";
 }
 
+/// A thread that has ended is listed for a moment longer.
+Held held_without_ended(int threads, std::chrono::milliseconds at_most)
+{
+    const auto end = std::chrono::steady_clock::now() + at_most;
+    Held now = held();
+    while (now.threads > threads && std::chrono::steady_clock::now() < end) {
+        std::this_thread::sleep_for(std::chrono::milliseconds{1});
+        now = held();
+    }
+    return now;
+}
+
 /// A failure is told in a line. A method's code is told by whoever invokes it; the setters of properties pass
 /// the platform's code on as it came; and a delegate that no proxy has is not disposed of without one.
 bool must_tell(const Row& row, int code)
@@ -278,7 +290,6 @@ Finding repeated(long times, const std::function<Finding()>& once)
 {
     const int threads = held().threads;
     Held at_first;
-    Held at_last;
     for (long i = 0; i < times; ++i) {
         scripted::keep_log(false);
         Finding finding = once();
@@ -289,15 +300,11 @@ Finding repeated(long times, const std::function<Finding()>& once)
         if (!finding.empty())
             return finding + ", at time " + std::to_string(i + 1);
         scripted::reset();
-        at_last = held();
-        // A thread that has ended is listed for a moment longer.
-        for (int waited = 0; waited < 1'000 && at_last.threads > threads; ++waited) {
-            std::this_thread::sleep_for(std::chrono::milliseconds{1});
-            at_last = held();
-        }
+        // A sanitizer may have made a thread that stays.
         if (i == 0)
-            at_first = at_last;
+            at_first = held_without_ended(threads, std::chrono::milliseconds{50});
     }
+    const Held at_last = held_without_ended(at_first.threads, std::chrono::seconds{1});
     return at_last == at_first ? Finding{} : difference(at_first, at_last);
 }
 
